@@ -1,0 +1,10 @@
+// The whole public interface of libzem.
+#pragma once
+
+#include "zem/bean_factory.h"
+#include "zem/container.h"
+#include "zem/exception.h"
+#include "zem/export.h"
+#include "zem/library.h"
+#include "zem/object.h"
+#include "zem/services.h"

@@ -1,0 +1,311 @@
+// KtMap: the hash map of the whole library. Nodes come from a pool of blocks
+// that only grows (128, 192, 288, ... nodes), so a running container rarely
+// touches the heap. All entries form one chain through `next` that walks the
+// buckets in ascending order, newest first within a bucket; iteration follows
+// it, so the order depends on the hashes, not on the order of insertion.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "foundation/kt_hash.h"
+#include "zem/exception.h"
+
+template <class Key, class Value, class Hash = KtHash<Key>>
+class KtMap {
+public:
+    struct Node {
+        Key key;
+        Value value;
+        Node* next;   // following node in the whole map's order
+        Node* chain;  // following node in the same bucket
+        std::uint64_t hash;
+    };
+
+    class Iterator {
+    public:
+        explicit Iterator(Node* node) : node_(node) {}
+        Node& operator*() const { return *node_; }
+        Node* operator->() const { return node_; }
+        Iterator& operator++() {
+            node_ = node_->next;
+            return *this;
+        }
+        bool operator!=(const Iterator& other) const { return node_ != other.node_; }
+        bool operator==(const Iterator& other) const { return node_ == other.node_; }
+
+    private:
+        Node* node_;
+    };
+
+    static constexpr std::uint32_t kNoBucket = 0xFFFFFFFFu;
+
+    KtMap() noexcept = default;
+    KtMap(const KtMap& other)
+        : blockSize_(other.blockSize_),
+          growth_(other.growth_),
+          bucketCount_(other.bucketCount_),
+          bucketMask_(other.bucketMask_) {
+        try {
+            for (Node* n = other.Head(); n != nullptr; n = n->next) FindOrInsert(n->key) = n->value;
+        } catch (...) {
+            Destroy();
+            throw;
+        }
+    }
+    KtMap& operator=(const KtMap&) = delete;
+    ~KtMap() { Destroy(); }
+
+    // The value of `key`, default-constructed and linked in if absent.
+    template <class K>
+    Value& FindOrInsert(const K& key) {
+        std::uint64_t hash = Hash::Hash(key);
+        if (count_ != 0) {
+            if (Node* node = FindNode(key, hash)) return node->value;
+        }
+        Node* node = TakeNode();
+        try {
+            new (&node->key) Key(key);
+        } catch (...) {
+            GiveBack(node);
+            throw;
+        }
+        try {
+            new (&node->value) Value();
+        } catch (...) {
+            node->key.~Key();
+            GiveBack(node);
+            throw;
+        }
+        node->hash = hash;
+        Link(node);
+        return node->value;
+    }
+    template <class K>
+    Value& operator[](const K& key) { return FindOrInsert(key); }
+
+    // The value of `key`, or null.
+    template <class K>
+    Value* Find(const K& key) const {
+        if (count_ == 0) return nullptr;
+        Node* node = FindNode(key, Hash::Hash(key));
+        return node != nullptr ? &node->value : nullptr;
+    }
+
+    // Removes `key`; false if it was absent. The node returns to the pool.
+    template <class K>
+    bool Erase(const K& key) {
+        if (count_ == 0) return false;
+        std::uint64_t hash = Hash::Hash(key);
+        std::uint32_t b = static_cast<std::uint32_t>(hash) & bucketMask_;
+        Node* before = nullptr;
+        Node* node = buckets_[b];
+        while (node != nullptr && !(node->hash == hash && Hash::Equal(node->key, key))) {
+            before = node;
+            node = node->chain;
+        }
+        if (node == nullptr) return false;
+        // Unlink from the bucket chain.
+        if (before != nullptr)
+            before->chain = node->chain;
+        else
+            buckets_[b] = node->chain;
+        // Unlink from the `next` chain: the predecessor is the previous node of
+        // this bucket, else the last node of the nearest non-empty bucket below.
+        Node* previous = before;
+        if (previous == nullptr && b != firstBucket_) {
+            std::uint32_t i = b - 1;  // firstBucket_ < b is non-empty, so this stops
+            while (buckets_[i] == nullptr) --i;
+            previous = LastOfChain(buckets_[i]);
+        }
+        if (previous != nullptr) previous->next = node->next;
+        if (b == firstBucket_ && buckets_[b] == nullptr) {
+            firstBucket_ = node->next != nullptr
+                               ? static_cast<std::uint32_t>(node->next->hash) & bucketMask_
+                               : kNoBucket;
+        }
+        --count_;
+        node->value.~Value();
+        node->key.~Key();
+        GiveBack(node);
+        return true;
+    }
+
+    std::uint32_t Size() const noexcept { return count_; }
+    bool IsEmpty() const noexcept { return count_ == 0; }
+    std::uint32_t BucketCount() const noexcept { return bucketCount_; }
+    std::uint32_t BlockCount() const noexcept { return blocksAllocated_; }
+    bool HasBuckets() const noexcept { return buckets_ != nullptr; }
+
+    Iterator begin() const noexcept { return Iterator(Head()); }
+    Iterator end() const noexcept { return Iterator(nullptr); }
+
+    // Removes every entry in iteration order; buckets and pool stay.
+    void Clear() {
+        while (count_ != 0) {
+            Node* head = Head();
+            Key key(head->key);
+            Erase(key);
+        }
+    }
+
+private:
+    struct SBlock {
+        SBlock* next;
+        void* memory;
+    };
+
+    Node* Head() const noexcept { return count_ == 0 ? nullptr : buckets_[firstBucket_]; }
+
+    static Node* LastOfChain(Node* node) noexcept {
+        while (node->chain != nullptr) node = node->chain;
+        return node;
+    }
+
+    template <class K>
+    Node* FindNode(const K& key, std::uint64_t hash) const {
+        for (Node* n = buckets_[static_cast<std::uint32_t>(hash) & bucketMask_]; n != nullptr; n = n->chain)
+            if (n->hash == hash && Hash::Equal(n->key, key)) return n;
+        return nullptr;
+    }
+
+    Node* TakeNode() {
+        if (free_ == nullptr) AllocateBlock();
+        Node* node = free_;
+        free_ = *reinterpret_cast<Node**>(node);
+        return node;
+    }
+    void GiveBack(Node* node) noexcept {
+        *reinterpret_cast<Node**>(node) = free_;
+        free_ = node;
+    }
+
+    void AllocateBlock() {
+        std::uint32_t size = blockSize_;
+        for (std::uint32_t i = 0; i < blocksAllocated_; ++i)
+            size = static_cast<std::uint32_t>(static_cast<float>(size) * growth_);
+        if (size == 0) size = 1;
+        void* memory = ::operator new(sizeof(Node) * size, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)),
+                                      std::nothrow);
+        auto* block = static_cast<SBlock*>(std::malloc(sizeof(SBlock)));
+        if (memory == nullptr || block == nullptr) {
+            if (memory != nullptr)
+                ::operator delete(memory, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)));
+            std::free(block);
+            throw KtExceptionContainer();
+        }
+        block->memory = memory;
+        block->next = blocks_;
+        blocks_ = block;
+        ++blocksAllocated_;
+        Node* nodes = static_cast<Node*>(memory);
+        for (std::uint32_t i = 0; i < size; ++i) GiveBack(&nodes[i]);
+    }
+
+    Node** NewBuckets(std::uint32_t count) {
+        auto** buckets = static_cast<Node**>(std::calloc(count, sizeof(Node*)));
+        if (buckets == nullptr) throw KtExceptionContainer();
+        return buckets;
+    }
+
+    void Link(Node* node) {
+        if (buckets_ == nullptr) {
+            try {
+                buckets_ = NewBuckets(bucketCount_);
+            } catch (...) {
+                node->value.~Value();
+                node->key.~Key();
+                GiveBack(node);
+                throw;
+            }
+        }
+        std::uint32_t b = static_cast<std::uint32_t>(node->hash) & bucketMask_;
+        LinkInto(node, b);
+        ++count_;
+        if (static_cast<std::uint64_t>(count_) * 4 >= static_cast<std::uint64_t>(bucketCount_) * 3) Grow();
+    }
+
+    void LinkInto(Node* node, std::uint32_t b) noexcept {
+        if (count_ == 0 || firstBucket_ == kNoBucket) {
+            node->next = nullptr;
+            firstBucket_ = b;
+        } else if (b <= firstBucket_) {
+            node->next = buckets_[firstBucket_];
+            firstBucket_ = b;
+        } else {
+            std::uint32_t i = b - 1;
+            while (buckets_[i] == nullptr) --i;  // stops at firstBucket_ at the latest
+            Node* last = LastOfChain(buckets_[i]);
+            node->next = last->next;
+            last->next = node;
+        }
+        node->chain = buckets_[b];
+        buckets_[b] = node;
+    }
+
+    // Doubles the buckets; a failure to get the new array leaves the map as it was.
+    void Grow() {
+        std::uint32_t count = bucketCount_ * 2;
+        if (count == 0) return;
+        Node** buckets = static_cast<Node**>(std::calloc(count, sizeof(Node*)));
+        if (buckets == nullptr) return;
+        Node* old = Head();
+        std::free(buckets_);
+        buckets_ = buckets;
+        bucketCount_ = count;
+        bucketMask_ = count - 1;
+        for (Node* n = old; n != nullptr;) {
+            Node* following = n->next;
+            n->hash = Hash::Hash(n->key);
+            std::uint32_t b = static_cast<std::uint32_t>(n->hash) & bucketMask_;
+            n->chain = buckets_[b];
+            buckets_[b] = n;
+            n = following;
+        }
+        // Rebuild `next` from the buckets.
+        Node* last = nullptr;
+        firstBucket_ = kNoBucket;
+        for (std::uint32_t b = 0; b < bucketCount_; ++b) {
+            if (buckets_[b] == nullptr) continue;
+            if (firstBucket_ == kNoBucket) firstBucket_ = b;
+            for (Node* n = buckets_[b]; n != nullptr; n = n->chain) {
+                if (last != nullptr) last->next = n;
+                last = n;
+            }
+        }
+        if (last != nullptr) last->next = nullptr;
+    }
+
+    void Destroy() noexcept {
+        for (Node* n = Head(); n != nullptr;) {
+            Node* following = n->next;
+            n->value.~Value();
+            n->key.~Key();
+            n = following;
+        }
+        count_ = 0;
+        std::free(buckets_);
+        buckets_ = nullptr;
+        while (blocks_ != nullptr) {
+            SBlock* next = blocks_->next;
+            ::operator delete(blocks_->memory, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)));
+            std::free(blocks_);
+            blocks_ = next;
+        }
+        free_ = nullptr;
+    }
+
+    SBlock* blocks_ = nullptr;
+    Node* free_ = nullptr;
+    std::uint32_t blockSize_ = 128;
+    std::uint32_t blocksAllocated_ = 0;
+    float growth_ = 1.5f;
+    Node** buckets_ = nullptr;
+    std::uint32_t count_ = 0;
+    std::uint32_t bucketCount_ = 128;
+    std::uint32_t bucketMask_ = 127;
+    std::uint32_t firstBucket_ = kNoBucket;
+};

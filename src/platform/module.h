@@ -1,0 +1,19 @@
+// Loading class libraries and finding their symbols, and the running
+// program's own path. Modules are never unloaded.
+#pragma once
+
+#include <string>
+
+namespace ZEM::platform {
+
+// The path of the running executable; empty if it can't be had.
+std::string ExecutablePath();
+
+// Loads a module by path; the executable's own path gives the running program.
+// Null on failure.
+void* LoadModule(const char* path);
+
+// The address of `name` in `module`, or null.
+void* FindSymbol(void* module, const char* name);
+
+}  // namespace ZEM::platform

@@ -1,0 +1,97 @@
+#include "platform/numeric.h"
+
+#include <locale.h>
+#include <stdlib.h>
+
+#include <climits>
+#include <string>
+
+namespace ZEM::platform {
+
+namespace {
+
+inline bool IsSpace(wchar_t c) {
+    return c == L' ' || (c >= L'\t' && c <= L'\r');
+}
+
+const wchar_t* SkipSpaceAndSign(const wchar_t* p, bool& negative) {
+    while (IsSpace(*p)) ++p;
+    negative = false;
+    if (*p == L'+' || *p == L'-') {
+        negative = *p == L'-';
+        ++p;
+    }
+    return p;
+}
+
+int DigitValue(wchar_t c) {
+    if (c >= L'0' && c <= L'9') return c - L'0';
+    if (c >= L'a' && c <= L'z') return c - L'a' + 10;
+    if (c >= L'A' && c <= L'Z') return c - L'A' + 10;
+    return 99;
+}
+
+locale_t CLocale() {
+    static locale_t locale = ::newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
+    return locale;
+}
+
+}  // namespace
+
+std::int32_t ParseInt32(const wchar_t* text) {
+    if (text == nullptr) return 0;
+    bool negative;
+    const wchar_t* p = SkipSpaceAndSign(text, negative);
+    std::int64_t value = 0;
+    bool overflow = false;
+    for (; *p >= L'0' && *p <= L'9'; ++p) {
+        if (!overflow) {
+            value = value * 10 + (*p - L'0');
+            if (value > static_cast<std::int64_t>(INT32_MAX) + 1) overflow = true;
+        }
+    }
+    if (negative) {
+        if (overflow || -value < INT32_MIN) return INT32_MIN;
+        return static_cast<std::int32_t>(-value);
+    }
+    if (overflow || value > INT32_MAX) return INT32_MAX;
+    return static_cast<std::int32_t>(value);
+}
+
+std::uint32_t ParseUInt32Auto(const wchar_t* text) {
+    if (text == nullptr) return 0;
+    bool negative;
+    const wchar_t* p = SkipSpaceAndSign(text, negative);
+    int base = 10;
+    if (p[0] == L'0' && (p[1] == L'x' || p[1] == L'X') && DigitValue(p[2]) < 16) {
+        base = 16;
+        p += 2;
+    } else if (p[0] == L'0') {
+        base = 8;
+    }
+    std::uint64_t value = 0;
+    bool overflow = false;
+    for (; DigitValue(*p) < base; ++p) {
+        value = value * static_cast<unsigned>(base) + static_cast<unsigned>(DigitValue(*p));
+        if (value > UINT32_MAX) {
+            overflow = true;
+            value = UINT32_MAX;
+        }
+    }
+    if (overflow) return UINT32_MAX;
+    auto result = static_cast<std::uint32_t>(value);
+    return negative ? static_cast<std::uint32_t>(0u - result) : result;
+}
+
+double ParseDouble(const wchar_t* text) {
+    if (text == nullptr) return 0.0;
+    // Only ASCII can belong to a number; anything else ends it.
+    std::string narrow;
+    for (const wchar_t* p = text; *p != 0; ++p) {
+        if (*p <= 0 || *p >= 0x80) break;
+        narrow.push_back(static_cast<char>(*p));
+    }
+    return ::strtod_l(narrow.c_str(), nullptr, CLocale());
+}
+
+}  // namespace ZEM::platform

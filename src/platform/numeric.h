@@ -1,0 +1,21 @@
+// Lenient number reading for configuration values: leading white space is
+// skipped, a sign may follow, reading stops at the first character that can't
+// continue the number, and no digits give 0. `.` is always the decimal point.
+#pragma once
+
+#include <cstdint>
+
+namespace ZEM::platform {
+
+// Signed decimal; beyond 32 bits the nearest limit of int32.
+std::int32_t ParseInt32(const wchar_t* text);
+
+// Unsigned 32-bit with base prefixes: "0x"/"0X" hexadecimal, a leading "0"
+// octal, else decimal. A minus sign negates modulo 2^32; beyond 32 bits the
+// result is 4294967295.
+std::uint32_t ParseUInt32Auto(const wchar_t* text);
+
+// A double, as strtod reads it in the "C" locale.
+double ParseDouble(const wchar_t* text);
+
+}  // namespace ZEM::platform

@@ -1,0 +1,24 @@
+// Small text tests of the platform layer: ASCII case-insensitive comparison,
+// white space, and the check that tells a UTF-16 file from a UTF-8 one.
+#pragma once
+
+#include <cstddef>
+
+namespace ZEM::platform {
+
+// <0, 0, >0 as `a` sorts before, equal to or after `b`, ignoring ASCII case.
+int CompareNoCase(const char* a, const char* b);
+// The same over at most `count` bytes.
+int CompareNoCaseN(const char* a, const char* b, std::size_t count);
+
+// Blank, tab, LF, VT, FF or CR.
+inline bool IsAsciiSpace(unsigned char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// True if the buffer looks like little-endian UTF-16: it starts with FF FE, or
+// it holds a zero byte in at least half of its odd positions and no zero code
+// unit before its last one. ASCII and UTF-8 never pass.
+bool LooksLikeUtf16(const unsigned char* bytes, std::size_t size);
+
+}  // namespace ZEM::platform

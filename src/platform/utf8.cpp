@@ -1,0 +1,117 @@
+// UTF-8 decoding follows the well-formed byte sequences of Unicode: overlong
+// forms, surrogates and values above U+10FFFF are invalid, byte by byte.
+#include "platform/utf8.h"
+
+#include <cstdint>
+
+namespace ZEM::platform {
+
+namespace {
+
+constexpr wchar_t kReplacement = 0xFFFD;
+
+void Encode(char32_t c, std::string& out) {
+    if (c < 0x80) {
+        out.push_back(static_cast<char>(c));
+    } else if (c < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else if (c < 0x10000) {
+        if (c >= 0xD800 && c <= 0xDFFF) {
+            out.push_back('?');
+            return;
+        }
+        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else if (c <= 0x10FFFF) {
+        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else {
+        out.push_back('?');
+    }
+}
+
+}  // namespace
+
+void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
+    const auto* p = reinterpret_cast<const unsigned char*>(text);
+    const unsigned char* end = p + length;
+    out.reserve(out.size() + length);
+    while (p < end) {
+        unsigned char b = *p;
+        if (b < 0x80) {
+            out.push_back(static_cast<wchar_t>(b));
+            ++p;
+            continue;
+        }
+        int need;
+        char32_t c;
+        unsigned char lo = 0x80, hi = 0xBF;
+        if (b >= 0xC2 && b <= 0xDF) {
+            need = 1;
+            c = b & 0x1F;
+        } else if (b >= 0xE0 && b <= 0xEF) {
+            need = 2;
+            c = b & 0x0F;
+            if (b == 0xE0) lo = 0xA0;
+            if (b == 0xED) hi = 0x9F;
+        } else if (b >= 0xF0 && b <= 0xF4) {
+            need = 3;
+            c = b & 0x07;
+            if (b == 0xF0) lo = 0x90;
+            if (b == 0xF4) hi = 0x8F;
+        } else {
+            out.push_back(kReplacement);
+            ++p;
+            continue;
+        }
+        const unsigned char* q = p + 1;
+        bool ok = true;
+        for (int i = 0; i < need; ++i, ++q) {
+            unsigned char limitLo = i == 0 ? lo : 0x80;
+            unsigned char limitHi = i == 0 ? hi : 0xBF;
+            if (q >= end || *q < limitLo || *q > limitHi) {
+                ok = false;
+                break;
+            }
+            c = (c << 6) | (*q & 0x3F);
+        }
+        if (!ok) {
+            out.push_back(kReplacement);
+            ++p;
+            continue;
+        }
+        out.push_back(static_cast<wchar_t>(c));
+        p = q;
+    }
+}
+
+void EncodeUtf8(const wchar_t* text, std::size_t length, std::string& out) {
+    out.reserve(out.size() + length);
+    for (std::size_t i = 0; i < length; ++i) {
+        auto c = static_cast<std::uint32_t>(text[i]);
+        Encode(static_cast<char32_t>(c), out);
+    }
+}
+
+void EncodeUtf16Le(const unsigned char* bytes, std::size_t units, std::string& out) {
+    out.reserve(out.size() + units);
+    for (std::size_t i = 0; i < units; ++i) {
+        char32_t unit = static_cast<char32_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
+        if (unit == 0) break;
+        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < units) {
+            char32_t low = static_cast<char32_t>(bytes[2 * i + 2] | (bytes[2 * i + 3] << 8));
+            if (low >= 0xDC00 && low <= 0xDFFF) {
+                Encode(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00), out);
+                ++i;
+                continue;
+            }
+        }
+        Encode(unit, out);  // a lone surrogate encodes as '?'
+    }
+}
+
+}  // namespace ZEM::platform

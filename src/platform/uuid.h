@@ -1,0 +1,12 @@
+// Fresh identifiers for beans without a name.
+#pragma once
+
+#include <string>
+
+namespace ZEM::platform {
+
+// Writes a random (version 4) UUID as 36 lower-case characters 8-4-4-4-12.
+// False if the random source failed.
+bool NewUuidText(std::string& text);
+
+}  // namespace ZEM::platform

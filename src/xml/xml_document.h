@@ -1,0 +1,48 @@
+// The front of the XML layer: a file or a text becomes a tree, with the root
+// element chosen by name, and the outcome as an error code with a position.
+// Nothing here throws; the configuration reader words the messages.
+#pragma once
+
+#include <cstdint>
+
+#include "xml/xml_node.h"
+
+namespace ZEM {
+
+enum EXmlError : std::uint32_t {
+    XmlNoError = 0,
+    XmlMissingEndTag = 1,
+    XmlNoTagFound = 2,
+    XmlEmptyFile = 3,
+    XmlMissingTagName = 4,
+    XmlMissingEndTagName = 5,
+    XmlUnmatchedEndTag = 6,
+    XmlUnterminatedClear = 7,
+    XmlUnexpectedToken = 8,
+    XmlNoInput = 9,
+    XmlFileNotFound = 10,
+    XmlRootNotFound = 11,
+    XmlUnknownEntity = 12,
+    XmlCodeAbove255 = 13,
+    XmlConversionFailed = 14,
+    XmlTooDeep = 15,      // nesting beyond kXmlMaxDepth
+    XmlFileTooLarge = 16, // a file that can't be held in memory at once
+};
+
+// Elements nested deeper than this fail with XmlTooDeep.
+constexpr int kXmlMaxDepth = 1000;
+
+struct SXmlParseResult {
+    std::uint32_t error = 0;
+    std::int32_t line = 0;    // from 1; 0 when the error has no position
+    std::int32_t column = 0;  // in characters, from 1
+};
+
+// Reads the file at `path` (UTF-8 or UTF-16 LE) and parses it. `rootName` may
+// be null or empty. On failure the result is the empty node.
+XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* result);
+
+// The same for zero-terminated UTF-8 text in memory.
+XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* result);
+
+}  // namespace ZEM

@@ -1,0 +1,26 @@
+# Installs the built tree into a scratch prefix, then configures, builds and
+# runs a small host that finds it with find_package(zem) and with pkg-config.
+file(REMOVE_RECURSE ${WORK_DIR})
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${ZEM_BUILD_DIR} --prefix ${WORK_DIR}/prefix
+  RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "install failed")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build
+  -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "configuring the consumer failed")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/build RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "building the consumer failed")
+endif()
+execute_process(COMMAND ${WORK_DIR}/build/consumer RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+message(STATUS "${out}")
+if(rc OR NOT out MATCHES "consumer: ok")
+  message(FATAL_ERROR "the consumer failed: ${rc}")
+endif()
+file(GLOB pc_file ${WORK_DIR}/prefix/lib*/pkgconfig/zem.pc)
+if(NOT pc_file)
+  message(FATAL_ERROR "zem.pc was not installed")
+endif()

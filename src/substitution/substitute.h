@@ -15,6 +15,12 @@ using ParameterMap = KtMap<KtWStr, KtWStr>;
 // '_' lower case, '^' upper case. Null gives "". Throws CException.
 KtWStr SubstituteParameters(const char* text, const ParameterMap& parameters);
 
+// A value can lead back to its own pattern, so substitution is cut off: more
+// replacements than this in one call, or a working text longer than
+// kMaxSubstitutedLength characters, throws CException.
+constexpr int kMaxReplacements = 10000;
+constexpr int kMaxSubstitutedLength = 1 << 24;
+
 // "true" or "false", exactly; anything else throws CException.
 bool ParameterToBool(const wchar_t* text);
 

@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Builds libzem and runs what was asked for:
+#   ./build.sh demo    build, then run the demo application
+#   ./build.sh test    build, then run every test (ctest)
+#   ./build.sh asan    the same tests under AddressSanitizer + UBSan
+#   ./build.sh tsan    the concurrency tests under ThreadSanitizer
+#   ./build.sh bench   build the benchmarks (run them from build-bench/bench/)
+# Missing build tools are installed with apt-get when run as root.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+JOBS=${JOBS:-2}
+
+need_packages() {
+    local missing=()
+    command -v cmake >/dev/null 2>&1 || missing+=(cmake)
+    command -v g++ >/dev/null 2>&1 || missing+=(g++)
+    command -v make >/dev/null 2>&1 || missing+=(make)
+    [ -f /usr/include/gtest/gtest.h ] || missing+=(libgtest-dev)
+    [ -f /usr/include/gmock/gmock.h ] || missing+=(libgmock-dev)
+    [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
+    for extra in "$@"; do
+        case "$extra" in
+            clang) command -v clang++ >/dev/null 2>&1 || missing+=(clang) ;;
+            libclang-rt) dpkg -s libclang-rt-14-dev >/dev/null 2>&1 || missing+=(libclang-rt-14-dev) ;;
+        esac
+    done
+    if [ ${#missing[@]} -gt 0 ]; then
+        echo "build.sh: installing ${missing[*]}"
+        local sudo=""
+        [ "$(id -u)" -eq 0 ] || sudo="sudo"
+        $sudo apt-get update -qq
+        DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${missing[@]}" >/dev/null
+    fi
+}
+
+configure_and_build() {
+    local preset=$1; shift
+    cmake --preset "$preset" >/dev/null
+    cmake --build --preset "$preset" -j "$JOBS" "$@"
+}
+
+run_tests() {
+    local dir=$1
+    ctest --test-dir "$dir" --output-on-failure -j "$JOBS" --timeout 600
+}
+
+case "${1:-test}" in
+    demo)
+        need_packages
+        configure_and_build default --target demo
+        ./build/examples/demo
+        ;;
+    test)
+        need_packages
+        configure_and_build default
+        run_tests build
+        ;;
+    asan)
+        need_packages
+        configure_and_build asan
+        ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 \
+        UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+            run_tests build-asan
+        ;;
+    tsan)
+        need_packages
+        configure_and_build tsan
+        TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build-tsan --output-on-failure -j "$JOBS" \
+            -R 'Concurrency|Stress|Thread'
+        ;;
+    bench)
+        need_packages
+        configure_and_build bench
+        ;;
+    fuzz)
+        need_packages clang libclang-rt
+        fuzz/run.sh "${2:-60}"
+        ;;
+    *)
+        echo "usage: $0 demo|test|asan|tsan|bench|fuzz [seconds]" >&2
+        exit 2
+        ;;
+esac

@@ -1,0 +1,48 @@
+// The plain records of a configuration: what the readers fill from a document
+// and what the factory's store keeps. An empty string stands for a value that
+// was not given.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ZEM {
+
+// One value of a constructor argument or a property.
+struct SArgument {
+    std::string type;    // a type name, or "bean", "service", "nullptr"
+    std::wstring value;  // the text, a bean name, an interface class name, or empty
+};
+
+// One property to inject; a finished record has at least one argument.
+struct SProperty {
+    std::string name;
+    std::vector<SArgument> arguments;
+};
+
+// One bean definition.
+struct SBean {
+    std::string name;
+    std::string className;      // as written, less any "@library" part; may hold "::"
+    std::string factoryMethod;  // short name of the method that makes the object
+    std::vector<SArgument> arguments;
+    std::string initMethod;
+    std::string exitMethod;
+    std::vector<std::string> interfaces;  // type ids, not class names
+    std::vector<SProperty> properties;
+    std::vector<std::string> dependsOn;
+    bool singleton = false;
+    bool exported = true;
+    bool autoname = false;
+    bool lazy = true;
+    std::string factoryBean;
+};
+
+// One class library as a configuration names it. Beans live by value: no one
+// may keep the address of one across an addition to the library.
+struct SLibrary {
+    std::string path;  // the identity of the library, compared byte for byte
+    std::vector<SBean> beans;
+};
+
+}  // namespace ZEM

@@ -1,0 +1,246 @@
+// The factory: its state, loading and reset, and the one road on which bean
+// objects come into being (GetBeanWrapper).
+#include "container/bean_factory.h"
+
+#include <cstring>
+#include <vector>
+
+#include "container/lifecycle.h"
+#include "foundation/string_convert.h"
+#include "zem/exception.h"
+
+namespace ZEM {
+
+namespace {
+
+// Beans being made on this thread, for the cycle guard of container-made
+// requests, and the nesting depth of all requests as a safety net for bean
+// code that recurses.
+struct SMaking {
+    const CBeanFactoryImpl* factory;
+    const char* name;
+};
+thread_local std::vector<SMaking> t_making;
+constexpr std::size_t kMaxRequestDepth = 256;
+
+class CMakingGuard {
+public:
+    CMakingGuard(const CBeanFactoryImpl* factory, const char* name) { t_making.push_back({factory, name}); }
+    ~CMakingGuard() { t_making.pop_back(); }
+    CMakingGuard(const CMakingGuard&) = delete;
+    CMakingGuard& operator=(const CMakingGuard&) = delete;
+};
+
+bool BeingMade(const CBeanFactoryImpl* factory, const char* name) {
+    for (const SMaking& making : t_making)
+        if (making.factory == factory && std::strcmp(making.name, name) == 0) return true;
+    return false;
+}
+
+}  // namespace
+
+CBeanFactoryImpl::CBeanFactoryImpl() { NewState(); }
+
+CBeanFactoryImpl::~CBeanFactoryImpl() {
+    // Singletons first, in the map's order; bean code that ends here must not
+    // call into this factory.
+    instances_.Clear();
+    wrappers_.Clear();
+    types_.reset();
+    configuration_.reset();
+}
+
+void CBeanFactoryImpl::NewState() {
+    configuration_ = std::make_unique<CConfiguration>(this);
+    types_ = std::make_unique<CTypeRegistry>();
+    types_->SetObjectType(std::make_unique<ObjectType>(types_.get()));
+}
+
+bool CBeanFactoryImpl::Exists(const char* name) {
+    if (name == nullptr) return false;
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    return configuration_->GetBeanType(name) != nullptr;
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId, std::uint32_t index) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    return configuration_->GetService(typeId, index);
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    return configuration_->GetService(typeId);
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::GetBean(const char* name, const SLibrary* library) {
+    return GetBeanWrapper(name, library).second;
+}
+
+std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
+    const char* typeId, bool atFront, std::function<std::unique_ptr<IObject>()>&& maker,
+    std::shared_ptr<ITypeRegistration> registration) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    return configuration_->RegisterService(typeId, atFront, std::move(maker), std::move(registration));
+}
+
+std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
+    const char* typeId, bool atFront, std::shared_ptr<IObject> instance,
+    std::shared_ptr<ITypeRegistration> registration) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    return configuration_->RegisterService(typeId, atFront, std::move(instance), std::move(registration));
+}
+
+void CBeanFactoryImpl::ReleaseInstance(const std::shared_ptr<IObject>& instance) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    configuration_->ReleaseInstance(instance);
+}
+
+std::uint32_t CBeanFactoryImpl::GetServiceCount(const char* typeId) {
+    if (typeId == nullptr) return 0;
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    return configuration_->GetServiceCount(typeId);
+}
+
+void CBeanFactoryImpl::LoadConfiguration(CConfiguration& configuration) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    configuration_->MergeConfiguration(configuration);
+}
+
+void CBeanFactoryImpl::CreateEagerBeans() {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    for (const auto& [name, library] : configuration_->GetEagerBeans()) GetBeanWrapper(name.c_str(), library);
+}
+
+void CBeanFactoryImpl::ResetFactory() {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    instances_.Clear();
+    wrappers_.Clear();
+    types_.reset();
+    configuration_.reset();
+    NewState();
+}
+
+void CBeanFactoryImpl::SetFailureHandler(BeanFailureHandler handler) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    failureHandler_ = std::move(handler);
+}
+
+BeanPair CBeanFactoryImpl::Fail(const char* name, const std::wstring& reason) {
+    if (failureHandler_) {
+        try {
+            failureHandler_(name, reason);
+        } catch (...) {
+        }
+    }
+    return {};
+}
+
+std::shared_ptr<const IBeanWrapper> CBeanFactoryImpl::GetClassWrapper(SBeanType& bean) {
+    if (auto* found = wrappers_.Find(std::string_view(bean.className))) return *found;
+    std::shared_ptr<const IBeanWrapper> wrapper;
+    if (bean.wrapper)
+        wrapper = bean.wrapper;
+    else if (bean.maker != nullptr)
+        wrapper.reset(bean.maker());
+    wrappers_.FindOrInsert(std::string_view(bean.className)) = wrapper;
+    return wrapper;
+}
+
+BeanPair CBeanFactoryImpl::GetBeanWrapper(const char* name, const SLibrary* library, bool fromContainer) noexcept {
+    if (name == nullptr) return {};
+    std::unique_lock<std::recursive_mutex> guard(lock_, std::defer_lock);
+    try {
+        guard.lock();
+        SBeanType* bean = configuration_->GetBeanType(name);
+        if (bean == nullptr) return {};
+        if (!bean->exported) {
+            // Only requests made on behalf of the bean's own library see it.
+            if (library == nullptr || bean->library == nullptr || library->path != bean->library->path) return {};
+        }
+        if (bean->singleton) {
+            if (const BeanPair* made = instances_.Find(name)) return *made;
+        }
+        if (fromContainer && BeingMade(this, name)) return {};
+        if (t_making.size() >= kMaxRequestDepth) return {};
+        CMakingGuard making(this, name);
+        return MakeBean(name, *bean, library);
+    } catch (const CException& failure) {
+        return Fail(name, failure.GetMessageW());
+    } catch (const std::exception& failure) {
+        return FailQuietly(name, failure.what());
+    } catch (...) {
+        return FailQuietly(name, "unknown exception");
+    }
+}
+
+BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLibrary* library) {
+    std::vector<std::shared_ptr<IObject>> dependencies;
+    dependencies.reserve(bean.dependsOn.size());
+    for (const std::string& entry : bean.dependsOn)
+        dependencies.push_back(GetBeanWrapper(entry.c_str(), library, true).second);
+
+    std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(bean);
+    std::shared_ptr<const IBeanWrapper> creator = classWrapper;
+    if (!bean.factoryBean.empty()) {
+        SBeanType* factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
+        if (factoryBean == nullptr) return Fail(name, Message(L"Factory bean '", bean.factoryBean, L"' not found"));
+        creator = GetClassWrapper(*factoryBean);
+    }
+    // A maker that gave no wrapper leaves nothing to call.
+    if (!creator || !classWrapper) return Fail(name, Message(L"No wrapper for class '", bean.className, L"'"));
+
+    std::shared_ptr<IObject> object;
+    {
+        std::vector<void*> values;
+        std::vector<std::unique_ptr<ValueHolder>> holders;
+        values.reserve(bean.preparedArguments.size());
+        holders.reserve(bean.preparedArguments.size());
+        for (const SArgument& argument : bean.preparedArguments) {
+            holders.push_back(BindArgument(argument, this, types_.get(), bean.library));
+            values.push_back(holders.back()->GetValue());
+        }
+        std::unique_ptr<IObject> made =
+            creator->CreateInstance(bean.factoryMethod.c_str(), values.size(), values.empty() ? nullptr : &values,
+                                    creator, bean.exitMethod.c_str(), dependencies);
+        object = std::shared_ptr<IObject>(made.release(), SDeleter());
+    }
+    if (!object) return Fail(name, Message(L"Factory method '", bean.factoryMethod, L"' made no object"));
+
+    if (bean.autoname) {
+        const char* requested = name;
+        std::vector<void*> args{static_cast<void*>(&requested)};
+        if (!creator->Invoke(object.get(), "SetName", 1, &args)) return Fail(name, L"Method 'SetName' failed");
+    }
+    for (SProperty* property : bean.preparedProperties) {
+        if (!ApplyProperty(*property, this, object.get(), *classWrapper, types_.get(), bean.library))
+            return Fail(name, Message(L"Property '", property->name, L"' failed"));
+    }
+    // An init method that throws ends up in the request's catch, like any
+    // other failure: the object ends with the unwinding.
+    if (!bean.initMethod.empty() && !classWrapper->Invoke(object.get(), bean.initMethod.c_str(), 0, nullptr))
+        return Fail(name, Message(L"Init method '", bean.initMethod, L"' failed"));
+    if (bean.singleton) instances_.FindOrInsert(name) = BeanPair(classWrapper, object);
+    InstanceCensus().Add(name, object.get());
+    return {classWrapper, object};
+}
+
+BeanPair CBeanFactoryImpl::FailQuietly(const char* name, const char* what) noexcept {
+    try {
+        return Fail(name, Widen(what));
+    } catch (...) {
+        return {};
+    }
+}
+
+std::vector<std::string> CurrentRequestChain() {
+    std::vector<std::string> chain;
+    for (const SMaking& making : t_making) chain.emplace_back(making.name);
+    return chain;
+}
+
+std::shared_ptr<IObject> RequestReference(IBeanFactory* factory, const char* name, const SLibrary* library) {
+    if (auto* impl = dynamic_cast<CBeanFactoryImpl*>(factory)) return impl->GetBeanWrapper(name, library, true).second;
+    return factory->GetBean(name, library);
+}
+
+}  // namespace ZEM

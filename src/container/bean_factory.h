@@ -1,0 +1,93 @@
+// CBeanFactoryImpl: the one implementation of IBeanFactory. It owns the
+// configuration store, the value types, one wrapper per class and the living
+// singletons, and it makes beans under its recursive lock.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "config/configuration.h"
+#include "foundation/kt_map.h"
+#include "foundation/kt_string.h"
+#include "types/bean_type.h"
+#include "types/type_registry.h"
+#include "zem/bean_factory.h"
+
+namespace ZEM {
+
+using BeanPair = std::pair<std::shared_ptr<const IBeanWrapper>, std::shared_ptr<IObject>>;
+
+// Receives each failure that a bean request drops, with the bean's name.
+using BeanFailureHandler = std::function<void(const char* name, const std::wstring& message)>;
+
+class CBeanFactoryImpl final : public IBeanFactory {
+public:
+    CBeanFactoryImpl();
+    ~CBeanFactoryImpl() override;
+    CBeanFactoryImpl(const CBeanFactoryImpl&) = delete;
+    CBeanFactoryImpl& operator=(const CBeanFactoryImpl&) = delete;
+
+    bool Exists(const char* name) override;
+    std::shared_ptr<IObject> GetService(const char* typeId, std::uint32_t index) override;
+    std::shared_ptr<IObject> GetService(const char* typeId) override;
+    std::shared_ptr<IObject> GetBean(const char* name, const SLibrary* library) override;
+    std::shared_ptr<ITypeRegistration> RegisterService(const char* typeId, bool atFront,
+                                                       std::function<std::unique_ptr<IObject>()>&& maker,
+                                                       std::shared_ptr<ITypeRegistration> registration) override;
+    std::shared_ptr<ITypeRegistration> RegisterService(const char* typeId, bool atFront,
+                                                       std::shared_ptr<IObject> instance,
+                                                       std::shared_ptr<ITypeRegistration> registration) override;
+    void ReleaseInstance(const std::shared_ptr<IObject>& instance) override;
+    std::uint32_t GetServiceCount(const char* typeId) override;
+
+    // Makes or finds the bean; the empty pair on any failure, never throws.
+    // `fromContainer` marks a request the container makes itself for a
+    // dependency or a reference: such a request for a bean already being made
+    // on this thread gives the empty pair instead of recursing.
+    BeanPair GetBeanWrapper(const char* name, const SLibrary* library, bool fromContainer = false) noexcept;
+
+    // Merges a just-read configuration; the caller holds the startup mutex.
+    void LoadConfiguration(CConfiguration& configuration);
+    // Asks for every eager bean, in reading order.
+    void CreateEagerBeans();
+    // Lets go of singletons and wrappers and gives the factory a new, empty store.
+    void ResetFactory();
+
+    // Installs (or, with an empty function, removes) the handler of dropped
+    // bean failures. Off by default.
+    void SetFailureHandler(BeanFailureHandler handler);
+
+    // For tests and tools: the store and the singletons.
+    CConfiguration& Configuration() { return *configuration_; }
+    std::recursive_mutex& Lock() { return lock_; }
+    std::uint32_t InstanceCount() const { return instances_.Size(); }
+    std::uint32_t WrapperCount() const { return wrappers_.Size(); }
+
+private:
+    std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
+    BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
+    void NewState();
+    // Tells the failure handler why a request gives up; the empty pair.
+    BeanPair Fail(const char* name, const std::wstring& reason);
+    BeanPair FailQuietly(const char* name, const char* what) noexcept;
+
+    std::recursive_mutex lock_;
+    std::unique_ptr<CConfiguration> configuration_;
+    std::unique_ptr<CTypeRegistry> types_;
+    KtMap<KtStr, std::shared_ptr<const IBeanWrapper>> wrappers_;
+    KtMap<KtStr, BeanPair> instances_;
+    BeanFailureHandler failureHandler_;
+};
+
+// The names of the beans being made on this thread, outermost first.
+std::vector<std::string> CurrentRequestChain();
+
+// A bean reference of an argument: a container-made request on behalf of
+// `library`.
+std::shared_ptr<IObject> RequestReference(IBeanFactory* factory, const char* name, const SLibrary* library);
+
+}  // namespace ZEM

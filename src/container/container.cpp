@@ -1,0 +1,97 @@
+// CContainer: the exported handle. Loading reads the document with no lock
+// held, then merges it and makes the eager beans under the startup mutex.
+#include "zem/container.h"
+
+#include "config/document_reader.h"
+#include "container/bean_factory.h"
+#include "container/process_objects.h"
+#include "zem/exception.h"
+
+namespace ZEM {
+
+namespace {
+
+std::shared_ptr<IBeanFactory> NewFactory() {
+    std::shared_ptr<IBeanFactory> factory = std::make_shared<CBeanFactoryImpl>();
+    if (!factory) throw CException(L"Could not create bean factory");
+    return factory;
+}
+
+std::shared_ptr<IBeanFactory> AcquireFactory(bool shared) {
+    if (shared) {
+        if (std::shared_ptr<IBeanFactory> alive = SharedFactory().lock()) return alive;
+    }
+    std::shared_ptr<IBeanFactory> factory = NewFactory();
+    if (shared) SharedFactory() = factory;
+    return factory;
+}
+
+CBeanFactoryImpl& Impl(const std::shared_ptr<IBeanFactory>& factory) {
+    auto* impl = dynamic_cast<CBeanFactoryImpl*>(factory.get());
+    if (impl == nullptr) throw CException(L"ZEM is not configured");
+    return *impl;
+}
+
+void Load(const std::shared_ptr<IBeanFactory>& factory, CConfiguration&& configuration) {
+    CBeanFactoryImpl& impl = Impl(factory);
+    {
+        std::lock_guard<std::mutex> startup(StartupMutex());
+        impl.LoadConfiguration(configuration);
+        impl.CreateEagerBeans();
+    }
+    // `configuration`, now emptied, dies with the caller's temporary.
+}
+
+void LoadText(const std::shared_ptr<IBeanFactory>& factory, const char* text) {
+    Load(factory, ReadConfigurationText(factory.get(), text));
+}
+
+void LoadFile(const std::shared_ptr<IBeanFactory>& factory, const wchar_t* path) {
+    if (path == nullptr) path = L"";
+    Load(factory, ReadConfigurationFile(factory.get(), path));
+}
+
+}  // namespace
+
+CContainer::CContainer() : factory_(AcquireFactory(true)) {
+    if (!factory_) throw CException(L"ZEM is not configured");
+}
+
+CContainer::CContainer(std::nullptr_t) : factory_(NewFactory()) {}
+
+CContainer::CContainer(const char* text, bool shared) : factory_(AcquireFactory(shared)) { LoadText(factory_, text); }
+
+CContainer::CContainer(const wchar_t* path, bool shared) : factory_(AcquireFactory(shared)) { LoadFile(factory_, path); }
+
+CContainer::CContainer(const CContainer& other) = default;
+CContainer::CContainer(CContainer&& other) noexcept = default;
+CContainer& CContainer::operator=(const CContainer& other) = default;
+CContainer& CContainer::operator=(CContainer&& other) noexcept = default;
+CContainer::~CContainer() = default;
+
+bool CContainer::Exists(const char* name) const { return factory_->Exists(name); }
+
+void CContainer::ReleaseInstance(std::shared_ptr<IObject> instance) {
+    std::shared_ptr<IObject> held = std::move(instance);  // dropped on return, also when this throws
+    factory_->ReleaseInstance(held);
+}
+
+void CContainer::Reset() { Impl(factory_).ResetFactory(); }
+
+void CContainer::Reset(const char* text) {
+    {
+        std::shared_ptr<IBeanFactory> factory = factory_;
+        Impl(factory).ResetFactory();
+    }
+    LoadText(factory_, text);
+}
+
+void CContainer::Reset(const wchar_t* path) {
+    {
+        std::shared_ptr<IBeanFactory> factory = factory_;
+        Impl(factory).ResetFactory();
+    }
+    LoadFile(factory_, path);
+}
+
+}  // namespace ZEM

@@ -1,0 +1,47 @@
+#include "container/lifecycle.h"
+
+namespace ZEM {
+
+void CInstanceCensus::Add(const char* name, IObject* object) {
+    std::lock_guard<std::mutex> guard(lock_);
+    SCounters& counters = byName_.FindOrInsert(std::string_view(name));
+    ++counters.alive;
+    ++counters.total;
+    byObject_.FindOrInsert(object) = name;
+}
+
+void CInstanceCensus::Remove(IObject* object) {
+    std::lock_guard<std::mutex> guard(lock_);
+    if (byObject_.IsEmpty()) return;
+    std::string* found = byObject_.Find(object);
+    if (found == nullptr) return;
+    std::string name = std::move(*found);
+    byObject_.Erase(object);
+    if (byName_.IsEmpty()) return;
+    if (SCounters* counters = byName_.Find(std::string_view(name))) {
+        if (--counters->alive == 0) byName_.Erase(std::string_view(name));
+    }
+}
+
+CInstanceCensus::SCounters CInstanceCensus::Count(const std::string& name) {
+    std::lock_guard<std::mutex> guard(lock_);
+    const SCounters* counters = byName_.Find(std::string_view(name));
+    return counters != nullptr ? *counters : SCounters{};
+}
+
+std::uint32_t CInstanceCensus::NameCount() {
+    std::lock_guard<std::mutex> guard(lock_);
+    return byName_.Size();
+}
+
+std::uint32_t CInstanceCensus::ObjectCount() {
+    std::lock_guard<std::mutex> guard(lock_);
+    return byObject_.Size();
+}
+
+void SDeleter::operator()(IObject* object) const noexcept {
+    InstanceCensus().Remove(object);  // over before any bean code runs
+    delete object;
+}
+
+}  // namespace ZEM

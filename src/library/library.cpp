@@ -1,0 +1,105 @@
+// Class libraries, the local library, and binding: the first need of any bean
+// of a library loads it and binds all of its beans.
+#include "library/library.h"
+
+#include <cstdint>
+
+#include "foundation/string_convert.h"
+#include "platform/module.h"
+#include "types/bean_type.h"
+#include "zem/exception.h"
+
+namespace ZEM {
+
+ILibrary::~ILibrary() = default;
+
+CDynamicLibrary::CDynamicLibrary(const char* path) : module_(nullptr), path_(path != nullptr ? path : "") {
+    module_ = platform::LoadModule(path_.c_str());
+    if (module_ == nullptr) throw CException(Message(L"Could not load library '", path_, L"'"));
+}
+
+void* CDynamicLibrary::GetSymbol(const char* name) const { return platform::FindSymbol(module_, name); }
+
+void* CLocalLibrary::GetSymbol(const char* name) const {
+    if (makers_.IsEmpty()) return nullptr;
+    const WrapperMaker* maker = makers_.Find(std::string_view(name));
+    return maker != nullptr ? reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(*maker)) : nullptr;
+}
+
+void CLocalLibrary::RegisterWrapperMaker(const std::string& symbol, WrapperMaker maker) {
+    makers_.FindOrInsert(std::string_view(symbol)) = maker;
+}
+
+bool CLocalLibrary::UnregisterWrapperMaker(const std::string& symbol) {
+    return makers_.Erase(std::string_view(symbol));
+}
+
+void CLocalLibrary::RegisterTypeId(const char* className, const char* typeId) {
+    if (className == nullptr) return;
+    typeIds_.FindOrInsert(std::string_view(className)) = typeId != nullptr ? typeId : "";
+}
+
+const char* CLocalLibrary::GetTypeId(const char* className) const {
+    if (className == nullptr) className = "";
+    if (!typeIds_.IsEmpty()) {
+        if (const std::string* typeId = typeIds_.Find(std::string_view(className))) return typeId->c_str();
+    }
+    throw CException(Message(L"No type id for class '", className, L"' registered"));
+}
+
+CLocalLibrary& LocalLibrary() { return CLocalLibrary::Instance(); }
+
+ILibraryConfiguration& GetLocalLibrary() { return LocalLibrary(); }
+
+std::string MakerSymbol(const std::string& className) {
+    std::string symbol = "create_";
+    symbol.reserve(className.size() + 16);
+    for (std::size_t i = 0; i < className.size(); ++i) {
+        if (className[i] == ':' && i + 1 < className.size() && className[i + 1] == ':') {
+            symbol.push_back('_');
+            ++i;
+        } else {
+            symbol.push_back(className[i]);
+        }
+    }
+    symbol += "_Wrapper";
+    return symbol;
+}
+
+namespace {
+
+void BindBean(CConfiguration& configuration, const SBean& bean, const ILibrary& module, const SLibrary* library) {
+    std::string symbol = MakerSymbol(bean.className);
+    void* address = module.GetSymbol(symbol.c_str());  // the module's own maker wins
+    if (address == nullptr) address = LocalLibrary().GetSymbol(symbol.c_str());
+    if (address == nullptr)
+        throw CException(Message(L"Getting wrapper maker failed for class '", bean.className, L"'"));
+    auto maker = reinterpret_cast<WrapperMaker>(reinterpret_cast<std::uintptr_t>(address));
+    auto type = std::make_unique<SBeanType>(bean, maker, library);
+    configuration.Store().beanTypes.FindOrInsert(std::string_view(bean.name)) = std::move(type);
+}
+
+}  // namespace
+
+void BindLibrary(CConfiguration& configuration, SLibrary* library) {
+    CConfigurationStore& store = configuration.Store();
+    ILibrary* module = nullptr;
+    for (const auto& loaded : store.loadedLibraries) {
+        const char* path = loaded->GetPath();
+        if (path != nullptr && library->path == path) {
+            module = loaded.get();
+            break;
+        }
+    }
+    if (module == nullptr) {
+        store.loadedLibraries.push_back(std::make_unique<CDynamicLibrary>(library->path.c_str()));
+        module = store.loadedLibraries.back().get();
+    }
+    // Index, not iterator: a maker may register more beans into this record.
+    for (std::size_t i = 0; i < library->beans.size(); ++i) {
+        const SBean& bean = library->beans[i];
+        if (store.beanTypes.Find(std::string_view(bean.name)) == nullptr) BindBean(configuration, bean, *module, library);
+    }
+}
+
+}  // namespace ZEM

@@ -1,0 +1,150 @@
+// The value types. Numbers are read leniently by the platform's converters;
+// among plain values only bool can fail.
+#include "types/type_registry.h"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "foundation/string_convert.h"
+#include "platform/numeric.h"
+#include "zem/exception.h"
+
+namespace ZEM {
+
+IValuePointer::~IValuePointer() = default;
+IType::~IType() = default;
+
+namespace {
+
+bool stringToBool(const wchar_t* text) {
+    if (std::wcscmp(text, L"true") == 0) return true;
+    if (std::wcscmp(text, L"false") == 0) return false;
+    throw CException(L"Invalid bool value");
+}
+
+template <class T>
+T stringToChar(const wchar_t* text) {
+    std::string narrow = Narrow(text);
+    return narrow.empty() ? T(0) : static_cast<T>(narrow[0]);
+}
+
+template <class T>
+T stringToByte(const wchar_t* text) {
+    return static_cast<T>(static_cast<std::uint8_t>(platform::ParseInt32(text)));
+}
+
+template <class T>
+T stringToShort(const wchar_t* text) {
+    return static_cast<T>(static_cast<std::uint16_t>(platform::ParseInt32(text)));
+}
+
+template <class T>
+T stringToInt(const wchar_t* text) {
+    return static_cast<T>(platform::ParseInt32(text));
+}
+
+// "long" is 32 bits wide whatever the platform's own long is.
+template <class T>
+T stringToLong(const wchar_t* text) {
+    return static_cast<T>(platform::ParseInt32(text));
+}
+
+template <class T>
+T stringToULong(const wchar_t* text) {
+    return static_cast<T>(platform::ParseUInt32Auto(text));
+}
+
+template <class T>
+T stringToFloat(const wchar_t* text) {
+    return static_cast<T>(platform::ParseDouble(text));
+}
+
+template <class T>
+T stringToDouble(const wchar_t* text) {
+    return static_cast<T>(platform::ParseDouble(text));
+}
+
+template <class T>
+T stringToString(const wchar_t* text) {
+    if constexpr (std::is_same_v<T, KtStr>)
+        return NarrowStr(text);
+    else
+        return T(text);
+}
+
+template <class T, T (*Convert)(const wchar_t*)>
+class BasicType final : public IType {
+public:
+    std::shared_ptr<IValuePointer> CreateValue(IBeanFactory*, const char*, const wchar_t* text,
+                                               const SLibrary*) override {
+        return std::make_shared<CValuePointer<T>>(Convert(text != nullptr ? text : L""));
+    }
+};
+
+// Type names lose every blank (and nothing else) before a look-up.
+std::string Normalise(const char* name) {
+    std::string key;
+    for (const char* p = name; *p != 0; ++p)
+        if (*p != ' ') key.push_back(*p);
+    return key;
+}
+
+}  // namespace
+
+CTypeRegistry::CTypeRegistry() {
+    auto add = [this](const char* name, std::unique_ptr<IType> type) {
+        types_.FindOrInsert(std::string_view(Normalise(name))) = std::move(type);
+    };
+    add("bool", std::make_unique<BasicType<bool, stringToBool>>());
+    add("char", std::make_unique<BasicType<char, stringToChar<char>>>());
+    add("int8_t", std::make_unique<BasicType<signed char, stringToByte<signed char>>>());
+    add("unsigned char", std::make_unique<BasicType<unsigned char, stringToByte<unsigned char>>>());
+    add("uint8_t", std::make_unique<BasicType<unsigned char, stringToByte<unsigned char>>>());
+    add("short", std::make_unique<BasicType<short, stringToShort<short>>>());
+    add("int16_t", std::make_unique<BasicType<short, stringToShort<short>>>());
+    add("unsigned short", std::make_unique<BasicType<unsigned short, stringToShort<unsigned short>>>());
+    add("uint16_6", std::make_unique<BasicType<unsigned short, stringToShort<unsigned short>>>());
+    add("int", std::make_unique<BasicType<int, stringToInt<int>>>());
+    add("int32_t", std::make_unique<BasicType<int, stringToInt<int>>>());
+    add("unsigned int", std::make_unique<BasicType<unsigned int, stringToInt<unsigned int>>>());
+    add("uint32_t", std::make_unique<BasicType<unsigned int, stringToInt<unsigned int>>>());
+    add("long", std::make_unique<BasicType<std::int32_t, stringToLong<std::int32_t>>>());
+    add("unsigned long", std::make_unique<BasicType<std::uint32_t, stringToULong<std::uint32_t>>>());
+    add("float", std::make_unique<BasicType<float, stringToFloat<float>>>());
+    add("double", std::make_unique<BasicType<double, stringToDouble<double>>>());
+    add("char*", std::make_unique<BasicType<KtStr, stringToString<KtStr>>>());
+    add("const char*", std::make_unique<BasicType<KtStr, stringToString<KtStr>>>());
+    add("wchar_t*", std::make_unique<BasicType<KtWStr, stringToString<KtWStr>>>());
+    add("const wchar_t*", std::make_unique<BasicType<KtWStr, stringToString<KtWStr>>>());
+}
+
+CTypeRegistry::~CTypeRegistry() { objectType_.reset(); }
+
+IType* CTypeRegistry::FindType(const char* name) const {
+    if (name == nullptr) name = "";
+    if (std::strcmp(name, "service") == 0 || std::strcmp(name, "bean") == 0 || std::strcmp(name, "nullptr") == 0) {
+        if (objectType_) return objectType_.get();
+    }
+    if (const auto* type = types_.Find(std::string_view(Normalise(name)))) return type->get();
+    throw CException(Message(L"Could not find type bean '", name, L"'"));
+}
+
+std::shared_ptr<IValuePointer> ObjectType::CreateValue(IBeanFactory* factory, const char* typeName,
+                                                       const wchar_t* text, const SLibrary* library) {
+    if (text == nullptr) text = L"";
+    if (std::strcmp(typeName, "bean") == 0) {
+        auto value = std::make_shared<CBeanPointer>(factory, text, library);
+        if (value->GetValue() != nullptr) return value;
+        return nullptr;
+    }
+    if (std::strcmp(typeName, "service") == 0) {
+        auto value = std::make_shared<CServicePointer>(factory, text);
+        if (value->GetValue() != nullptr) return value;
+        return nullptr;
+    }
+    if (std::strcmp(typeName, "nullptr") == 0) return std::make_shared<CNullPointer>();
+    return nullptr;
+}
+
+}  // namespace ZEM

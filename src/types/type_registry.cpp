@@ -126,7 +126,11 @@ IType* CTypeRegistry::FindType(const char* name) const {
     if (std::strcmp(name, "service") == 0 || std::strcmp(name, "bean") == 0 || std::strcmp(name, "nullptr") == 0) {
         if (objectType_) return objectType_.get();
     }
-    if (const auto* type = types_.Find(std::string_view(Normalise(name)))) return type->get();
+    if (std::strchr(name, ' ') == nullptr) {
+        if (const auto* type = types_.Find(name)) return type->get();
+    } else if (const auto* type = types_.Find(std::string_view(Normalise(name)))) {
+        return type->get();
+    }
     throw CException(Message(L"Could not find type bean '", name, L"'"));
 }
 

@@ -3,6 +3,7 @@
 
 #include "zem/bean_factory.h"
 #include "zem/container.h"
+#include "zem/diagnostics.h"
 #include "zem/exception.h"
 #include "zem/export.h"
 #include "zem/library.h"

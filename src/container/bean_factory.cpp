@@ -128,7 +128,7 @@ void CBeanFactoryImpl::SetFailureHandler(BeanFailureHandler handler) {
 BeanPair CBeanFactoryImpl::Fail(const char* name, const std::wstring& reason) {
     if (failureHandler_) {
         try {
-            failureHandler_(name, reason);
+            failureHandler_(name, reason, CurrentRequestChain());
         } catch (...) {
         }
     }
@@ -236,6 +236,12 @@ std::vector<std::string> CurrentRequestChain() {
     std::vector<std::string> chain;
     for (const SMaking& making : t_making) chain.emplace_back(making.name);
     return chain;
+}
+
+void SetBeanFailureHandler(IBeanFactory& factory, BeanFailureHandler handler) {
+    auto* impl = dynamic_cast<CBeanFactoryImpl*>(&factory);
+    if (impl == nullptr) throw CException(L"Failure handlers are only for factories of this library");
+    impl->SetFailureHandler(std::move(handler));
 }
 
 std::shared_ptr<IObject> RequestReference(IBeanFactory* factory, const char* name, const SLibrary* library) {

@@ -16,13 +16,12 @@
 #include "types/bean_type.h"
 #include "types/type_registry.h"
 #include "zem/bean_factory.h"
+#include "zem/diagnostics.h"
 
 namespace ZEM {
 
 using BeanPair = std::pair<std::shared_ptr<const IBeanWrapper>, std::shared_ptr<IObject>>;
 
-// Receives each failure that a bean request drops, with the bean's name.
-using BeanFailureHandler = std::function<void(const char* name, const std::wstring& message)>;
 
 class CBeanFactoryImpl final : public IBeanFactory {
 public:

@@ -16,10 +16,10 @@ using ParameterMap = KtMap<KtWStr, KtWStr>;
 KtWStr SubstituteParameters(const char* text, const ParameterMap& parameters);
 
 // A value can lead back to its own pattern, so substitution is cut off: more
-// replacements than this in one call, or a working text longer than
-// kMaxSubstitutedLength characters, throws CException.
+// replacements than this in one call, or a text that grows by more than
+// kMaxSubstitutionGrowth characters, throws CException.
 constexpr int kMaxReplacements = 10000;
-constexpr int kMaxSubstitutedLength = 1 << 24;
+constexpr int kMaxSubstitutionGrowth = 1 << 22;
 
 // "true" or "false", exactly; anything else throws CException.
 bool ParameterToBool(const wchar_t* text);

@@ -1,0 +1,152 @@
+// The document level of the configuration reader: a file (with its includes)
+// or a text becomes a new CConfiguration, and each `library` element is handed
+// to the bean reader. Used by the container's configuring constructors and
+// Reset forms; a document that fails leaves the factory untouched.
+#include "config/document_reader.h"
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "config/bean_reader.h"
+#include "foundation/string_convert.h"
+#include "platform/module.h"
+#include "zem/exception.h"
+
+namespace ZEM {
+
+namespace {
+
+constexpr const char* kRootName = "zem";
+
+// Includes nested deeper than this are refused, so that a chain of files that
+// name each other in ever new ways still ends.
+constexpr std::size_t kMaxIncludeDepth = 64;
+
+// The form in which a path reaches the file system: every '\' becomes '/'.
+std::string FileSystemPath(const std::wstring& path) {
+    std::string narrow = Narrow(path);
+    for (char& c : narrow)
+        if (c == '\\') c = '/';
+    return narrow;
+}
+
+// What identifies a file among those being read, however its path is written.
+std::string FileIdentity(const std::string& fileSystemPath) {
+    std::error_code error;
+    std::filesystem::path canonical = std::filesystem::weakly_canonical(fileSystemPath, error);
+    return error ? fileSystemPath : canonical.string();
+}
+
+// The directory of `path`, with its own separator: up to the last backslash,
+// else the last slash; empty if there is neither.
+std::wstring BaseDirectory(const std::wstring& path) {
+    std::size_t at = path.rfind(L'\\');
+    if (at == std::wstring::npos) at = path.rfind(L'/');
+    return at == std::wstring::npos ? std::wstring() : path.substr(0, at + 1);
+}
+
+// `openFiles` holds the identities of the files whose reading is under way,
+// outermost first.
+CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path,
+                        std::vector<std::string>& openFiles) {
+    const std::string fileSystemPath = FileSystemPath(path);
+    std::string identity = FileIdentity(fileSystemPath);
+    for (const std::string& open : openFiles)
+        if (open == identity) throw CException(L"Include cycle at file '" + path + L"'");
+    if (openFiles.size() >= kMaxIncludeDepth)
+        throw CException(L"Includes nested too deeply at file '" + path + L"'");
+
+    CConfiguration configuration(factory);
+
+    SXmlParseResult result;
+    XMLNode root = ParseFile(fileSystemPath.c_str(), kRootName, &result);
+    if (result.error == XmlFileNotFound) throw CException(L"File '" + path + L"' not found");
+    if (result.error != XmlNoError)
+        throw CException(L"Error while parsing file '" + path + L"': " +
+                         DescribeParseError(result, kRootName));
+
+    // Includes come before everything else in the file, each merged as soon
+    // as it is read, so that a name clash names the first file that repeats it.
+    openFiles.push_back(std::move(identity));
+    const std::wstring base = BaseDirectory(path);
+    const int count = root.ChildCount("include");
+    std::int32_t position = 0;
+    for (int i = 0; i < count; ++i) {
+        XMLNode include = root.NextChild("include", &position);
+        const char* includePath = include.AttributeValue("path");
+        if (includePath == nullptr || *includePath == '\0')
+            throw CException(L"Missing argument 'path' in include tag");
+        std::wstring relative = Widen(includePath);
+        for (wchar_t& c : relative)
+            if (c == L'/') c = L'\\';
+        CConfiguration included = ReadFile(factory, base + relative, openFiles);
+        configuration.MergeConfiguration(included);
+    }
+    openFiles.pop_back();
+
+    configuration.Store().path = path;
+    ReadLibraries(configuration, root);
+    return configuration;
+}
+
+}  // namespace
+
+CConfiguration ReadConfigurationFile(IBeanFactory* factory, const wchar_t* path) {
+    std::vector<std::string> openFiles;
+    return ReadFile(factory, path != nullptr ? std::wstring(path) : std::wstring(), openFiles);
+}
+
+CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text) {
+    CConfiguration configuration(factory);
+    if (text == nullptr || *text == '\0') return configuration;
+
+    SXmlParseResult result;
+    XMLNode root = ParseText(text, kRootName, &result);
+    if (result.error != XmlNoError)
+        throw CException(L"Error while parsing xml: " + DescribeParseError(result, kRootName));
+
+    ReadLibraries(configuration, root);
+    return configuration;
+}
+
+void ReadLibraries(CConfiguration& configuration, const XMLNode& root) {
+    const int count = root.ChildCount("library");
+    std::int32_t position = 0;
+    for (int i = 0; i < count; ++i) {
+        XMLNode element = root.NextChild("library", &position);
+
+        // Taken as written: a library path is not resolved against the
+        // document's directory. No path means the host's own executable.
+        const char* written = element.AttributeValue("path");
+        std::string path = written != nullptr ? written : "";
+        if (path.empty()) {
+            path = platform::ExecutablePath();
+            if (path.empty())
+                throw CException(L"Error (path not found) when parsing library in file '" +
+                                 configuration.Store().path + L"'");
+        }
+
+        SLibrary* library = configuration.FindOrAddLibrary(path);
+
+        XMLNode beans = element.NextChild("beans");
+        if (!beans.IsEmpty()) {
+            ParameterMap parameters;
+            ReadBeans(configuration, beans, library, parameters);
+        }
+    }
+}
+
+std::wstring DescribeParseError(const SXmlParseResult& result, const char* rootName) {
+    if (result.error == XmlNoError) return std::wstring();
+    std::string text = "Error when parssing '";
+    text += rootName != nullptr ? rootName : "";
+    text += "'";
+    if (result.line != 0)
+        text += " at line " + std::to_string(result.line) + ", column " + std::to_string(result.column);
+    text += ".";
+    return Widen(text);
+}
+
+}  // namespace ZEM

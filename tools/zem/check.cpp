@@ -1,0 +1,69 @@
+// zem check: loads each document into a private container as a host does and
+// reports the library's message, or a summary. Failures that bean requests
+// drop while eager beans are made reach no host; check shows them.
+#include <iostream>
+
+#include "bean_index.h"
+#include "cli.h"
+#include "foundation/string_convert.h"
+#include "session.h"
+#include "verbs.h"
+#include "zem/exception.h"
+
+namespace zemcli {
+
+namespace {
+
+constexpr const char* kHelp =
+    "usage: zem check [--no-eager] FILE...\n"
+    "\n"
+    "Loads each FILE into a private container as a host does: its includes,\n"
+    "the class libraries it needs, and its eager beans. Prints\n"
+    "  FILE: ok (N beans in M libraries, K services)\n"
+    "or FILE: followed by the library's own message. A bean request that fails\n"
+    "while eager beans are made gives a host no word; check prints each such\n"
+    "failure on a line of its own and counts it as an error.\n"
+    "\n"
+    "options:\n"
+    "  --no-eager   read and merge only, make no eager beans\n";
+
+bool CheckOne(const std::string& file, bool eager) {
+    CSession session;
+    session.RecordFailures();
+    try {
+        session.Load(file, eager);
+    } catch (const ZEM::CException& error) {
+        std::cout << file << ": " << Utf8(error.GetMessageW()) << "\n";
+        return false;
+    }
+    const std::vector<SDroppedFailure> failures = session.TakeFailures();
+    const SStoreCounts counts = CountStore(session.Store());
+    // One fixed form, whatever the numbers, so that scripts can match it.
+    const std::string summary = "(" + std::to_string(counts.beans) + " beans in " + std::to_string(counts.libraries) +
+                                " libraries, " + std::to_string(counts.services) + " services)";
+    if (failures.empty()) {
+        std::cout << file << ": ok " << summary << "\n";
+        return true;
+    }
+    const CBeanIndex index(session.Store());
+    for (const SDroppedFailure& failure : failures)
+        std::cout << file << ": eager beans: " << DescribeFailure(failure, index) << "\n";
+    std::cout << file << ": " << failures.size() << " failures while making eager beans " << summary << "\n";
+    return false;
+}
+
+}  // namespace
+
+int RunCheck(const Args& args) {
+    const SParsedArgs parsed = ParseArgs(args, {{"--no-eager", false}});
+    if (parsed.help) {
+        std::cout << kHelp;
+        return kExitOk;
+    }
+    RequireOperands(parsed, 1, static_cast<std::size_t>(-1), "FILE");
+    bool allWell = true;
+    for (const std::string& file : parsed.operands) allWell = CheckOne(file, !parsed.Has("--no-eager")) && allWell;
+    return allWell ? kExitOk : kExitFinding;
+}
+
+}  // namespace zemcli

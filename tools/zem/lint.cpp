@@ -1,0 +1,177 @@
+// zem lint: warnings with file, line and column for what the readers ignore
+// without a word and for what can only fail once a bean is made.
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <set>
+#include <tuple>
+
+#include "cli.h"
+#include "foundation/string_convert.h"
+#include "lint.h"
+#include "session.h"
+#include "types/type_registry.h"
+#include "verbs.h"
+#include "zem/exception.h"
+
+namespace zemcli {
+
+namespace {
+
+constexpr const char* kHelp =
+    "usage: zem lint [--load] FILE\n"
+    "\n"
+    "Reads FILE and its includes as a host does, without making any bean, and\n"
+    "prints a warning for each of these, as FILE:LINE:COLUMN: warning: TEXT\n"
+    "  - elements and attributes that are not read where they stand (with a\n"
+    "    \"did you mean\" for close misspellings), 'bean' outside 'beans', second\n"
+    "    elements where only the first is read, text that is not read;\n"
+    "  - type names that are no value type;\n"
+    "  - references, dependencies and factory beans that no definition has;\n"
+    "  - cycles through references and dependencies, with the whole chain;\n"
+    "  - 'for' loops that make no iteration; names defined twice.\n"
+    "A document that doesn't load is reported as FILE: error: MESSAGE. Prints\n"
+    "nothing for a clean document.\n"
+    "\n"
+    "options:\n"
+    "  --load   also bind the class libraries, and report missing wrapper\n"
+    "           makers, properties without declared types, values whose type\n"
+    "           differs from the declared one, interfaces without a type id;\n"
+    "           a library without a path is the host program and is skipped\n";
+
+const char* const kTypeNames[] = {
+    "bool",     "char",  "int8_t",      "unsigned char", "uint8_t",        "short", "int16_t",       "unsigned short",
+    "uint16_6", "int",   "int32_t",     "unsigned int",  "uint32_t",       "long",  "unsigned long", "float",
+    "double",   "char*", "const char*", "wchar_t*",      "const wchar_t*", "bean",  "service",       "nullptr"};
+
+SSpot ArgumentSpot(const SBeanSpots* spots, bool inProperty, std::size_t property, std::size_t argument) {
+    if (spots == nullptr) return {};
+    if (!inProperty) return argument < spots->arguments.size() ? spots->arguments[argument] : spots->at;
+    if (property >= spots->properties.size()) return spots->at;
+    const SPropertySpots& place = spots->properties[property];
+    return argument < place.arguments.size() ? place.arguments[argument] : place.at;
+}
+
+}  // namespace
+
+void CFindings::Warn(const SSpot& at, std::string message) {
+    findings_.push_back({at, std::move(message), findings_.size()});
+}
+
+void CFindings::Error(const std::string& file, std::string message) { errors_.push_back(file + ": error: " + message); }
+
+void CFindings::Print(const CSourceMap& map) const {
+    for (const std::string& error : errors_) std::cout << error << "\n";
+    std::vector<const SFinding*> sorted;
+    for (const SFinding& finding : findings_) sorted.push_back(&finding);
+    auto fileRank = [&map](const SSourceFile* file) {
+        for (std::size_t i = 0; i < map.Files().size(); ++i)
+            if (map.Files()[i].get() == file) return i;
+        return map.Files().size();
+    };
+    auto key = [&](const SFinding* f) { return std::make_tuple(fileRank(f->at.file), f->at.offset, f->sequence); };
+    std::sort(sorted.begin(), sorted.end(), [&](const SFinding* a, const SFinding* b) { return key(a) < key(b); });
+    std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> told;
+    const SSourceFile* main = map.MainFile();
+    for (const SFinding* finding : sorted) {
+        if (!told.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
+        const SSourceFile* file = finding->at.file != nullptr ? finding->at.file : main;
+        const SLineColumn place = finding->at.file != nullptr ? file->Locate(finding->at.offset) : SLineColumn{};
+        std::cout << (file != nullptr ? file->path : std::string("-"));
+        if (place.line > 0) std::cout << ":" << place.line << ":" << place.column;
+        std::cout << ": warning: " << finding->message << "\n";
+    }
+}
+
+SSpot BeanSpot(const CSourceMap& map, const ZEM::SBean& bean) {
+    const SBeanSpots* spots = map.Find(bean);
+    return spots != nullptr ? spots->at : SSpot{};
+}
+
+void LintDefinitions(const ZEM::CConfigurationStore& store, const CBeanIndex& index, const CSourceMap& map,
+                     CFindings& findings) {
+    // The factory's own table: the 21 value types and the reference kinds.
+    ZEM::CTypeRegistry types;
+    types.SetObjectType(std::make_unique<ZEM::ObjectType>(&types));
+    const std::vector<std::string> typeNames(std::begin(kTypeNames), std::end(kTypeNames));
+    const std::vector<std::string> beanNames = index.Names();
+
+    for (const SBeanEntry& entry : index.Entries()) {
+        const ZEM::SBean& bean = *entry.bean;
+        const SBeanSpots* spots = map.Find(bean);
+        const SSpot at = spots != nullptr ? spots->at : SSpot{};
+        if (!entry.inForce)
+            findings.Warn(at, "bean '" + entry.display + "' is defined again; requests find the first definition");
+
+        auto checkValue = [&](const ZEM::SArgument& argument, bool inProperty, std::size_t property,
+                              std::size_t position) {
+            if (argument.type == "bean") {
+                if (index.Find(ZEM::Narrow(argument.value)) == kNoEntry) {
+                    const std::string target = ZEM::Narrow(argument.value);
+                    findings.Warn(ArgumentSpot(spots, inProperty, property, position),
+                                  "reference to '" + target + "', which no definition has" +
+                                      DidYouMean(ClosestWord(target, beanNames, false)));
+                }
+                return;
+            }
+            try {
+                types.FindType(argument.type.c_str());
+            } catch (const ZEM::CException&) {
+                findings.Warn(ArgumentSpot(spots, inProperty, property, position),
+                              "type '" + argument.type + "' is not a value type" +
+                                  DidYouMean(ClosestWord(argument.type, typeNames, false)));
+            }
+        };
+        for (std::size_t i = 0; i < bean.arguments.size(); ++i) checkValue(bean.arguments[i], false, 0, i);
+        for (std::size_t p = 0; p < bean.properties.size(); ++p)
+            for (std::size_t i = 0; i < bean.properties[p].arguments.size(); ++i)
+                checkValue(bean.properties[p].arguments[i], true, p, i);
+
+        for (std::size_t i = 0; i < bean.dependsOn.size(); ++i) {
+            if (index.Find(bean.dependsOn[i]) != kNoEntry) continue;
+            const SSpot spot = spots != nullptr && i < spots->dependsOn.size() ? spots->dependsOn[i] : at;
+            findings.Warn(spot, "depends-on '" + bean.dependsOn[i] + "', which no definition has" +
+                                    DidYouMean(ClosestWord(bean.dependsOn[i], beanNames, false)));
+        }
+        if (!bean.factoryBean.empty() && index.Find(bean.factoryBean) == kNoEntry)
+            findings.Warn(at, "factory-bean '" + bean.factoryBean + "', which no definition has" +
+                                  DidYouMean(ClosestWord(bean.factoryBean, beanNames, false)));
+    }
+
+    for (const std::vector<std::size_t>& cycle : index.Cycles())
+        findings.Warn(BeanSpot(map, *index.Entries()[cycle.front()].bean),
+                      "cycle through references and dependencies: " + CycleText(index, cycle));
+}
+
+int RunLint(const Args& args) {
+    const SParsedArgs parsed = ParseArgs(args, {{"--load", false}});
+    if (parsed.help) {
+        std::cout << kHelp;
+        return kExitOk;
+    }
+    RequireOperands(parsed, 1, 1, "FILE");
+    const std::string& file = parsed.operands.front();
+
+    CFindings findings;
+    CSourceMap map;
+    map.Read(file);
+    CSession session;
+    bool loaded = true;
+    try {
+        session.Load(file, false);
+    } catch (const ZEM::CException& error) {
+        findings.Error(file, Utf8(error.GetMessageW()));
+        loaded = false;
+    }
+    LintGrammar(map, findings);
+    if (loaded) {
+        map.Attach(session.Store());
+        const CBeanIndex index(session.Store());
+        LintDefinitions(session.Store(), index, map, findings);
+        if (parsed.Has("--load")) LintClasses(session.Store(), index, map, findings);
+    }
+    findings.Print(map);
+    return findings.Empty() ? kExitOk : kExitFinding;
+}
+
+}  // namespace zemcli

@@ -1,0 +1,375 @@
+// The grammar pass of lint: each element of each file once, against the
+// table of what the readers read where. Whatever the readers don't ask for
+// is ignored without a word, so each such place becomes a warning, with a
+// "did you mean" where the word is close to one that would be read.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "lint.h"
+
+namespace zemcli {
+
+namespace {
+
+enum class EPlace {
+    Root,
+    Include,
+    Library,
+    Beans,
+    Bean,
+    InnerBean,
+    ConstructorArg,
+    Properties,
+    Property,
+    Arguments,
+    Argument,
+    Value,
+    Nullptr,
+    Ref,
+    Provides,
+    Interface,
+    DependsOn,
+    BeanName,
+    For,
+    Foreach,
+};
+
+struct SChildRule {
+    const char* name;
+    EPlace place;
+    bool firstOnly;
+};
+
+struct SPlaceRule {
+    std::vector<const char*> attributes;
+    std::vector<SChildRule> children;
+    bool readsText;
+};
+
+const std::vector<const char*> kBeanAttributes{"name",        "class",      "singleton",    "lazy",
+                                               "exported",    "autoname",   "factory-bean", "factory-method",
+                                               "init-method", "exit-method"};
+const std::vector<SChildRule> kBeanChildren{{"constructor-arg", EPlace::ConstructorArg, true},
+                                            {"properties", EPlace::Properties, true},
+                                            {"provides", EPlace::Provides, true},
+                                            {"depends-on", EPlace::DependsOn, true}};
+// The value forms in the order in which the readers look for them.
+const std::vector<SChildRule> kValueForms{{"value", EPlace::Value, true},
+                                          {"nullptr", EPlace::Nullptr, true},
+                                          {"ref", EPlace::Ref, true},
+                                          {"bean", EPlace::InnerBean, true}};
+
+const SPlaceRule& Rule(EPlace place) {
+    static const SPlaceRule kNone{{}, {}, false};
+    static const SPlaceRule kRoot{
+        {}, {{"include", EPlace::Include, false}, {"library", EPlace::Library, false}}, false};
+    static const SPlaceRule kInclude{{"path"}, {}, false};
+    static const SPlaceRule kLibrary{{"path"}, {{"beans", EPlace::Beans, true}}, false};
+    static const SPlaceRule kBeans{{},
+                                   {{"bean", EPlace::Bean, false},
+                                    {"service", EPlace::Bean, false},
+                                    {"for", EPlace::For, false},
+                                    {"foreach", EPlace::Foreach, false}},
+                                   false};
+    static const SPlaceRule kBean{kBeanAttributes, kBeanChildren, false};
+    static const SPlaceRule kInnerBean{
+        {"class", "autoname", "factory-bean", "factory-method", "init-method", "exit-method"}, kBeanChildren, false};
+    static const SPlaceRule kConstructorArg{{}, {{"argument", EPlace::Argument, false}}, false};
+    static const SPlaceRule kProperties{
+        {},
+        {{"property", EPlace::Property, false}, {"for", EPlace::For, false}, {"foreach", EPlace::Foreach, false}},
+        false};
+    static const SPlaceRule kProperty{{"name"}, {}, false};
+    static const SPlaceRule kArguments{{}, {{"argument", EPlace::Argument, false}}, false};
+    static const SPlaceRule kValue{{"type"}, {}, true};
+    static const SPlaceRule kRef{{"bean", "service"}, {}, false};
+    static const SPlaceRule kProvides{
+        {},
+        {{"interface", EPlace::Interface, false}, {"for", EPlace::For, false}, {"foreach", EPlace::Foreach, false}},
+        false};
+    static const SPlaceRule kText{{}, {}, true};
+    static const SPlaceRule kDependsOn{{}, {{"bean-name", EPlace::BeanName, false}}, false};
+    static const SPlaceRule kFor{{"first", "last", "inc", "substitute"}, {}, false};
+    static const SPlaceRule kForeach{{"set", "substitute"}, {}, false};
+    switch (place) {
+        case EPlace::Root:
+            return kRoot;
+        case EPlace::Include:
+            return kInclude;
+        case EPlace::Library:
+            return kLibrary;
+        case EPlace::Beans:
+            return kBeans;
+        case EPlace::Bean:
+            return kBean;
+        case EPlace::InnerBean:
+            return kInnerBean;
+        case EPlace::ConstructorArg:
+            return kConstructorArg;
+        case EPlace::Properties:
+            return kProperties;
+        case EPlace::Property:
+            return kProperty;
+        case EPlace::Arguments:
+            return kArguments;
+        case EPlace::Value:
+            return kValue;
+        case EPlace::Ref:
+            return kRef;
+        case EPlace::Provides:
+            return kProvides;
+        case EPlace::Interface:
+        case EPlace::BeanName:
+            return kText;
+        case EPlace::DependsOn:
+            return kDependsOn;
+        case EPlace::For:
+            return kFor;
+        case EPlace::Foreach:
+            return kForeach;
+        case EPlace::Argument:
+        case EPlace::Nullptr:
+            return kNone;
+    }
+    return kNone;
+}
+
+// Where a word of the format is read, for a misplaced element.
+const char* HomeOf(const std::string& name) {
+    static const std::pair<const char*, const char*> kHomes[] = {{"zem", "the top of the document"},
+                                                                 {"include", "'zem'"},
+                                                                 {"library", "'zem'"},
+                                                                 {"beans", "'library'"},
+                                                                 {"constructor-arg", "'bean'"},
+                                                                 {"properties", "'bean'"},
+                                                                 {"provides", "'bean'"},
+                                                                 {"depends-on", "'bean'"},
+                                                                 {"property", "'properties'"},
+                                                                 {"arguments", "'property'"},
+                                                                 {"argument", "'constructor-arg' or 'arguments'"},
+                                                                 {"value", "'argument' or 'property'"},
+                                                                 {"nullptr", "'argument' or 'property'"},
+                                                                 {"ref", "'argument' or 'property'"},
+                                                                 {"interface", "'provides'"},
+                                                                 {"bean-name", "'depends-on'"},
+                                                                 {"for", "'beans', 'properties' or 'provides'"},
+                                                                 {"foreach", "'beans', 'properties' or 'provides'"},
+                                                                 {"bean", "'beans'"},
+                                                                 {"service", "'beans'"}};
+    for (const auto& [word, home] : kHomes)
+        if (name == word) return home;
+    return nullptr;
+}
+
+bool IsAttributeWord(const std::string& name) {
+    static const char* const kWords[] = {
+        "path",         "name",           "class",       "singleton",   "lazy", "exported", "autoname",
+        "factory-bean", "factory-method", "init-method", "exit-method", "type", "bean",     "service",
+        "first",        "last",           "inc",         "substitute",  "set"};
+    for (const char* word : kWords)
+        if (name == word) return true;
+    return false;
+}
+
+std::string Lower(const char* text) {
+    std::string out = text != nullptr ? text : "";
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return out;
+}
+
+std::vector<std::string> Words(const std::vector<const char*>& words) { return {words.begin(), words.end()}; }
+
+std::vector<std::string> ChildWords(const std::vector<SChildRule>& rules) {
+    std::vector<std::string> words;
+    for (const SChildRule& rule : rules) words.emplace_back(rule.name);
+    return words;
+}
+
+std::string Quote(const char* text) { return std::string("'") + (text != nullptr ? text : "") + "'"; }
+
+class CGrammarWalk {
+public:
+    CGrammarWalk(const SSourceFile& file, CFindings& findings) : file_(file), findings_(findings) {}
+
+    void Element(const ZEM::XMLNode& node, EPlace place, EPlace loopOf) {
+        Attributes(node, place);
+        Text(node, place);
+        if (place == EPlace::For) Iterations(node);
+        if (place == EPlace::Argument || place == EPlace::Property) {
+            ValueForms(node, place);
+            return;
+        }
+        const EPlace childrenOf = place == EPlace::For || place == EPlace::Foreach ? loopOf : place;
+        const std::vector<SChildRule>& rules = Rule(childrenOf).children;
+        std::vector<std::string> seen;
+        for (int i = 0; i < node.ChildCount(); ++i) {
+            const ZEM::XMLNode child = node.ChildAtIndex(i);
+            const std::string name = Lower(child.Name());
+            const SChildRule* rule = nullptr;
+            for (const SChildRule& candidate : rules)
+                if (name == candidate.name) rule = &candidate;
+            if (rule == nullptr) {
+                NotRead(node, child, rules);
+                continue;
+            }
+            if (rule->place == EPlace::Include && file_.fromInput) {
+                Warn(child, "'include' has no effect in a document given as text");
+                continue;
+            }
+            if (rule->firstOnly && std::find(seen.begin(), seen.end(), name) != seen.end()) {
+                Warn(child, "second " + Quote(child.Name()) + " in " + Quote(node.Name()) + " is not read");
+                continue;
+            }
+            seen.push_back(name);
+            const bool loop = rule->place == EPlace::For || rule->place == EPlace::Foreach;
+            Element(child, rule->place, loop ? childrenOf : EPlace::Root);
+        }
+    }
+
+private:
+    void Warn(const ZEM::XMLNode& node, std::string message) {
+        findings_.Warn(SSpot{&file_, node.SourceOffset()}, std::move(message));
+    }
+
+    void WarnAttribute(const ZEM::XMLNode& node, int index, std::string message) {
+        findings_.Warn(SSpot{&file_, AttributeOffset(file_, node.SourceOffset(), index)}, std::move(message));
+    }
+
+    void Attributes(const ZEM::XMLNode& node, EPlace place) {
+        const std::vector<const char*>& known = Rule(place).attributes;
+        std::vector<std::string> seen;
+        for (int i = 0; i < node.AttributeCount(); ++i) {
+            const char* written = node.AttributeNameAt(i);
+            const std::string name = Lower(written);
+            if (name == "xmlns" || name.rfind("xmlns:", 0) == 0) continue;
+            const bool read =
+                std::find_if(known.begin(), known.end(), [&](const char* word) { return name == word; }) != known.end();
+            if (!read) {
+                if (place == EPlace::InnerBean &&
+                    (name == "name" || name == "singleton" || name == "lazy" || name == "exported")) {
+                    WarnAttribute(node, i, "attribute " + Quote(written) + " is not read on an inner bean");
+                } else if (IsAttributeWord(name)) {
+                    WarnAttribute(node, i,
+                                  "attribute " + Quote(written) + " is not read on " + Quote(node.Name()) +
+                                      DidYouMean(ClosestWord(name, Words(known), true)));
+                } else {
+                    WarnAttribute(node, i,
+                                  "unknown attribute " + Quote(written) + " on " + Quote(node.Name()) +
+                                      DidYouMean(ClosestWord(name, Words(known), true)));
+                }
+                continue;
+            }
+            if (std::find(seen.begin(), seen.end(), name) != seen.end()) {
+                WarnAttribute(node, i,
+                              "second attribute " + Quote(written) + " on " + Quote(node.Name()) + " is not read");
+                continue;
+            }
+            seen.push_back(name);
+            if (node.AttributeValueAt(i) == nullptr)
+                WarnAttribute(node, i, "attribute " + Quote(written) + " has no value and counts as absent");
+        }
+        if (place == EPlace::Ref) {
+            const char* bean = node.AttributeValue("bean");
+            const char* service = node.AttributeValue("service");
+            if (bean != nullptr && *bean != '\0' && service != nullptr && *service != '\0')
+                Warn(node, "attribute 'service' is not read beside 'bean' on " + Quote(node.Name()));
+        }
+    }
+
+    void Text(const ZEM::XMLNode& node, EPlace place) {
+        if (node.TextCount() == 0) return;
+        if (!Rule(place).readsText)
+            Warn(node, "text in " + Quote(node.Name()) + " is not read");
+        else if (node.TextCount() > 1)
+            Warn(node, "text after a child element in " + Quote(node.Name()) + " is not read");
+    }
+
+    void Iterations(const ZEM::XMLNode& loop) {
+        // Bounds as the loop walker reads them; a bad one fails the load anyway.
+        auto bound = [](const char* text, int& value) {
+            unsigned int word = 0;
+            if (text == nullptr || std::sscanf(text, "%u", &word) != 1) return false;
+            value = static_cast<int>(word);
+            return true;
+        };
+        int first = 0;
+        int last = 0;
+        if (!bound(loop.AttributeValue("first"), first) || !bound(loop.AttributeValue("last"), last)) return;
+        if (first > last) {
+            const char* variable = loop.AttributeValue("substitute");
+            Warn(loop, Quote(loop.Name()) + " over " + Quote(variable) + " makes no iteration: first " +
+                           std::to_string(first) + " is above last " + std::to_string(last));
+        }
+    }
+
+    // An argument, or a property without `arguments`, reads one value form:
+    // the first that exists in the readers' order, whatever the document order.
+    void ValueForms(const ZEM::XMLNode& node, EPlace place) {
+        ZEM::XMLNode decides;
+        const char* decidingName = nullptr;
+        if (place == EPlace::Property) {
+            decides = node.NextChild("arguments");
+            decidingName = "arguments";
+        }
+        for (std::size_t f = 0; decides.IsEmpty() && f < kValueForms.size(); ++f) {
+            decides = node.NextChild(kValueForms[f].name);
+            decidingName = kValueForms[f].name;
+        }
+        std::vector<SChildRule> rules = kValueForms;
+        if (place == EPlace::Property) rules.insert(rules.begin(), {"arguments", EPlace::Arguments, true});
+        for (int i = 0; i < node.ChildCount(); ++i) {
+            const ZEM::XMLNode child = node.ChildAtIndex(i);
+            const std::string name = Lower(child.Name());
+            const SChildRule* rule = nullptr;
+            for (const SChildRule& candidate : rules)
+                if (name == candidate.name) rule = &candidate;
+            if (rule == nullptr) {
+                NotRead(node, child, rules);
+            } else if (!decides.IsEmpty() && child.SourceOffset() == decides.SourceOffset()) {
+                Element(child, rule->place, EPlace::Root);
+            } else if (name == decidingName) {
+                Warn(child, "second " + Quote(child.Name()) + " in " + Quote(node.Name()) + " is not read");
+            } else {
+                Warn(child, Quote(child.Name()) + " beside " + Quote(decidingName) + " in " + Quote(node.Name()) +
+                                " is not read");
+            }
+        }
+    }
+
+    void NotRead(const ZEM::XMLNode& parent, const ZEM::XMLNode& child, const std::vector<SChildRule>& rules) {
+        const std::string name = Lower(child.Name());
+        const bool takesInner = std::find_if(rules.begin(), rules.end(), [](const SChildRule& rule) {
+                                    return rule.place == EPlace::InnerBean;
+                                }) != rules.end();
+        if (name == "service" && takesInner) {
+            Warn(child, "'service' is not read here: an inner bean is written 'bean'");
+        } else if (name == "bean" || name == "service") {
+            Warn(child, Quote(child.Name()) + " outside 'beans' is not read");
+        } else if (const char* home = HomeOf(name)) {
+            Warn(child,
+                 Quote(child.Name()) + " is not read inside " + Quote(parent.Name()) + "; it belongs in " + home);
+        } else {
+            Warn(child, "unknown element " + Quote(child.Name()) + " in " + Quote(parent.Name()) +
+                            DidYouMean(ClosestWord(name, ChildWords(rules), true)));
+        }
+    }
+
+    const SSourceFile& file_;
+    CFindings& findings_;
+};
+
+}  // namespace
+
+void LintGrammar(const CSourceMap& map, CFindings& findings) {
+    for (const auto& file : map.Files()) {
+        if (file->root.IsEmpty()) continue;
+        CGrammarWalk(*file, findings).Element(file->root, EPlace::Root, EPlace::Root);
+    }
+}
+
+}  // namespace zemcli

@@ -1,0 +1,66 @@
+// A private container for one document, loaded the way a host loads it, with
+// the failures that bean requests drop recorded for the tool to show. Used by
+// every verb that reads a configuration.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "config/configuration.h"
+#include "container/bean_factory.h"
+#include "zem/container.h"
+
+namespace zemcli {
+
+class CBeanIndex;
+
+// One failure that a bean request dropped.
+struct SDroppedFailure {
+    std::string bean;
+    std::string reason;
+    std::vector<std::string> chain;  // beans being made, outermost first; ends with `bean`
+};
+
+class CSession {
+public:
+    CSession();
+    ~CSession();
+    CSession(const CSession&) = delete;
+    CSession& operator=(const CSession&) = delete;
+
+    // From now on every dropped failure is recorded. Off by default, as for a host.
+    void RecordFailures();
+    std::vector<SDroppedFailure> TakeFailures();
+
+    // Loads `file` ("-": the text on standard input, which has no includes).
+    // With `eager`, the container's own load runs: merge, then eager beans.
+    // Without, the document is read and merged only. Throws CException with
+    // the library's message.
+    void Load(const std::string& file, bool eager);
+
+    ZEM::IBeanFactory& Factory() const { return container_.Factory(); }
+    ZEM::CBeanFactoryImpl& Impl() const;
+    ZEM::CConfigurationStore& Store() const { return Impl().Configuration().Store(); }
+
+private:
+    // Declared first so that it outlives the factory that calls into it.
+    std::vector<SDroppedFailure> failures_;
+    ZEM::CContainer container_;
+};
+
+// Loads as CSession::Load does; on an error prints "FILE: message" to
+// standard error and returns false.
+bool LoadOrTell(CSession& session, const std::string& file, bool eager);
+
+// Bean, library and service counts of a loaded store.
+struct SStoreCounts {
+    std::size_t beans = 0;
+    std::size_t libraries = 0;
+    std::size_t services = 0;
+};
+SStoreCounts CountStore(const ZEM::CConfigurationStore& store);
+
+// "'b' failed: REASON (via a -> b)", with inner beans named by their place.
+std::string DescribeFailure(const SDroppedFailure& failure, const CBeanIndex& index);
+
+}  // namespace zemcli

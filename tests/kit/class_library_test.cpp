@@ -1,0 +1,111 @@
+// Where makers come from. A class library built with the kit
+// (tests/fixtures/kit, hidden visibility): its makers are found by dlsym
+// under the exact symbol and nothing else of it is visible, and the container
+// loads it by path, registers its interface at load, makes its objects
+// through a factory bean and ends them with their exit method, also after the
+// factory is gone. And the local library, where a host registers its own.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "fixtures/kit/kit_fixture.h"
+#include "kit/kit_test_classes.h"
+#include "kit/kit_xml.h"
+#include "zem/class.h"
+#include "zem/zem.h"
+
+namespace zem_test {
+namespace {
+
+using namespace xml;
+using Events = std::vector<std::string>;
+
+const std::string kLibrary = std::string(ZEM_FIXTURE_DIR) + "/libkit.so";
+
+void* OpenLibrary() {
+    void* module = dlopen(kLibrary.c_str(), RTLD_NOW | RTLD_LOCAL);
+    EXPECT_NE(module, nullptr) << dlerror();
+    return module;
+}
+
+std::vector<std::string>& LibraryJournal() {
+    auto journal = reinterpret_cast<kit_fixture::JournalFunction>(dlsym(OpenLibrary(), kit_fixture::kJournalSymbol));
+    return *journal();
+}
+
+TEST(ClassLibraryTest, MakersAreExportedUnderTheExactSymbol) {
+    void* module = OpenLibrary();
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(ZEM::kit::MakerSymbol("kit_fixture::nested::Counter"), "create_kit_fixture_nested_Counter_Wrapper");
+    EXPECT_EQ(ZEM::kit::MakerSymbol("::Top"), "create__Top_Wrapper");
+
+    auto maker = reinterpret_cast<ZEM::WrapperMaker>(dlsym(module, "create_kit_fixture_nested_Counter_Wrapper"));
+    ASSERT_NE(maker, nullptr);
+    std::unique_ptr<ZEM::IBeanWrapper> wrapper(maker());
+    EXPECT_STREQ(wrapper->GetClassName(), "kit_fixture::nested::Counter");
+    EXPECT_TRUE(wrapper->HasMethod("Counter", 2));
+    EXPECT_NE(dlsym(module, "create_kit_fixture_CounterFactory_Wrapper"), nullptr);
+
+    // The library's own functions stay hidden: kit_fixture::nested::BindCounter().
+    EXPECT_EQ(dlsym(module, "_ZN11kit_fixture6nested11BindCounterEv"), nullptr);
+    EXPECT_EQ(dlsym(module, "create_Counter_Wrapper"), nullptr);
+}
+
+TEST(ClassLibraryTest, ContainerUsesTheLibraryThroughItsMakers) {
+    LibraryJournal().clear();
+    const std::string counterArgs = ConstructorArgs(Argument(Value("char*", "c")) + Argument(Value("int", "10")));
+    std::shared_ptr<kit_fixture::ICounter> opened;
+    {
+        ZEM::CContainer container(Document(
+            Bean("counter", "kit_fixture::nested::Counter", "singleton='true' exit-method='Close'",
+                 counterArgs + Properties(Property("Step", Value("short", "5"))) +
+                     "<provides><interface>kit_fixture::ICounter</interface></provides>") +
+            Bean("factory", "kit_fixture::CounterFactory") +
+            Bean("opened", "kit_fixture::nested::Counter",
+                 "factory-bean='factory' factory-method='Open' exit-method='Close'",
+                 ConstructorArgs(Argument(Value("const char*", "o")) + Argument(Value("int", "0")))),
+            kLibrary).c_str());
+
+        // The interface was registered by the library when it was loaded.
+        ASSERT_EQ(container.GetServiceCount<kit_fixture::ICounter>(), 1u);
+        auto service = container.GetService<kit_fixture::ICounter>();
+        ASSERT_NE(service, nullptr);
+        EXPECT_EQ(service, container.GetBean<kit_fixture::ICounter>("counter"));
+        EXPECT_EQ(service->Next(), 15);
+
+        opened = container.GetBean<kit_fixture::ICounter>("opened");
+        ASSERT_NE(opened, nullptr);
+        EXPECT_EQ(opened->Next(), 1);
+    }
+    // The factory took the singleton with it; the host's object lives on.
+    EXPECT_EQ(LibraryJournal(), (Events{"close c at 15", "~c"}));
+    EXPECT_EQ(opened->Describe(), "o at 1");
+    opened.reset();
+    EXPECT_EQ(LibraryJournal(), (Events{"close c at 15", "~c", "close o at 1", "~o"}));
+}
+
+ZEM::CClass<CPlain> BindRenamed() { return ZEM::CClass<CPlain>().Constructor<>(); }
+
+TEST(LocalLibraryTest, OneBinderServesOneClassName) {
+    ZEM::RegisterClass<&BindRenamed>("local::First");
+    {
+        ZEM::CContainer container(Document(Bean("first", "local::First")).c_str());
+        EXPECT_NE(container.GetBean("first"), nullptr);
+    }
+    // Registered again under another name, the binder leaves the first one,
+    // and its constructor answers to the new class's own name.
+    ZEM::RegisterClass<&BindRenamed>("local::Second");
+    ZEM::CContainer second(Document(Bean("second", "local::Second")).c_str());
+    EXPECT_NE(second.GetBean("second"), nullptr);
+    ZEM::CContainer first(Document(Bean("first", "local::First")).c_str());
+    EXPECT_THROW(first.Exists("first"), ZEM::CException);  // no maker any more
+
+    EXPECT_TRUE(ZEM::UnregisterClass("local::Second"));
+    EXPECT_FALSE(ZEM::UnregisterClass("local::Second"));
+}
+
+}  // namespace
+}  // namespace zem_test

@@ -1,0 +1,137 @@
+// Every parameter type the kit reads, through a constructor and through a
+// property, from documents read by the real container: each configured type
+// name must land in the C++ type a class library declares for it, with the
+// container's conversion rules intact.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+#include "kit/kit_test_classes.h"
+#include "kit/kit_xml.h"
+#include "zem/zem.h"
+
+namespace zem_test {
+namespace {
+
+using namespace xml;
+
+// The class name under which the holder of P is registered on the local library.
+template <class P>
+std::string HolderClass() {
+    static const std::string name = [] {
+        std::string className = std::string("holder::") + typeid(CHolder<P>).name();
+        ZEM::RegisterClass<&BindHolder<P>>(className.c_str());
+        return className;
+    }();
+    return name;
+}
+
+int beanCount = 0;  // bean names must be unique across all P
+
+struct STypeCase {
+    std::string type;
+    std::string beans;
+    std::function<void(const ZEM::CContainer&)> check;
+};
+
+// A bean of the holder of P that gets `constructed` as a constructor argument
+// and `assigned` as its property Value, both written with the type name `type`.
+template <class P>
+STypeCase Case(const std::string& type, const std::string& constructedText, Owned<P> constructed,
+               const std::string& assignedText, Owned<P> assigned) {
+    std::string name = "bean" + std::to_string(++beanCount);
+    std::string beans = Bean(name, HolderClass<P>(), "",
+                             ConstructorArgs(Argument(Value(type, constructedText))) +
+                                 Properties(Property("Value", Value(type, assignedText))));
+    auto check = [name, constructed, assigned](const ZEM::CContainer& container) {
+        auto holder = container.GetBean<CHolder<P>>(name.c_str());
+        ASSERT_NE(holder, nullptr);
+        EXPECT_EQ(holder->constructed, constructed);
+        EXPECT_EQ(holder->assigned, assigned);
+    };
+    return {type, beans, check};
+}
+
+TEST(ParameterTypesTest, EachConfiguredTypeReachesItsCppType) {
+    const std::vector<STypeCase> cases = {
+        Case<bool>("bool", "true", true, "false", false),
+        Case<char>("char", "A", 'A', "1", '1'),
+        Case<signed char>("int8_t", "-128", -128, "300", 44),
+        Case<unsigned char>("unsigned char", "200", 200, "1", 1),
+        Case<const std::uint8_t&>("uint8_t", "-1", 255, "255", 255),
+        Case<short>("short", "-300", -300, "70000", 4464),
+        Case<std::int16_t>("int16_t", "32767", 32767, "-32768", -32768),
+        Case<unsigned short>("unsigned short", "65535", 65535, "-1", 65535),
+        Case<unsigned short>("uint16_6", "40000", 40000, "7", 7),
+        Case<int>("int", "-70000", -70000, "12abc", 12),
+        Case<const int&>("int32_t", "2147483647", 2147483647, "0x10", 0),
+        Case<unsigned int>("unsigned int", "-1", 4294967295u, "3000000000", 2147483647u),
+        Case<std::uint32_t>("uint32_t", "42", 42u, "7", 7u),
+        Case<std::int32_t>("long", "-2147483648", INT32_MIN, "99999999999", INT32_MAX),
+        Case<std::uint32_t>("unsigned long", "0xFFFFFFFF", 4294967295u, "010", 8u),
+        Case<float>("float", "1.5", 1.5f, "-0.25", -0.25f),
+        Case<const double&>("double", "2.5e3", 2500.0, "-0.125", -0.125),
+        Case<const char*>("const char*", "grüße", "grüße", "", ""),
+        Case<std::string>("char*", "text", "text", "a b", "a b"),
+        Case<const std::string&>("const char*", "ref", "ref", "x", "x"),
+        Case<std::string_view>("const char*", "view", "view", "v", "v"),
+        Case<const wchar_t*>("const wchar_t*", "grüße €", L"grüße €", "w", L"w"),
+        Case<std::wstring>("wchar_t*", "wide", L"wide", "", L""),
+        Case<const std::wstring&>("const wchar_t*", "wref", L"wref", "ω", L"ω"),
+        Case<std::wstring_view>("wchar_t*", "wview", L"wview", "z", L"z"),
+    };
+    std::string beans;
+    for (const STypeCase& c : cases) beans += c.beans;
+    ZEM::CContainer container(Document(beans).c_str());
+    for (const STypeCase& c : cases) {
+        SCOPED_TRACE(c.type);
+        c.check(container);
+    }
+}
+
+TEST(ParameterTypesTest, ObjectParametersAreCastFromWhatTheContainerFound) {
+    using Holder = CHolder<std::shared_ptr<IMarker>>;
+    ZEM::RegisterClass<&BindHolder<std::shared_ptr<IMarker>>>("holder::marker");
+    ZEM::RegisterClass<&BindMarker>("holder::Marker");
+    ZEM::RegisterClass<&BindPlain>("holder::CPlain");
+
+    auto holder = [](const std::string& name, const std::string& form) {
+        return Bean(name, "holder::marker", "",
+                    ConstructorArgs(Argument(form)) + Properties(Property("Value", form)));
+    };
+    std::string beans =
+        Bean("m", "holder::Marker", "singleton='true'", ConstructorArgs(Argument(Value("const char*", "m1")))) +
+        Bean("plain", "holder::CPlain") + holder("toMarker", Ref("m")) + holder("toNull", "<nullptr/>") +
+        holder("toNothing", Ref("absent")) + holder("toPlain", Ref("plain")) +
+        holder("toInner", "<bean class='holder::Marker'>" +
+                              ConstructorArgs(Argument(Value("const char*", "inner"))) + "</bean>");
+    ZEM::CContainer container(Document(beans).c_str());
+
+    auto marker = container.GetBean<IMarker>("m");
+    ASSERT_NE(marker, nullptr);
+    auto toMarker = container.GetBean<Holder>("toMarker");
+    ASSERT_NE(toMarker, nullptr);
+    EXPECT_EQ(toMarker->constructed, marker);
+    EXPECT_EQ(toMarker->assigned, marker);
+    auto toInner = container.GetBean<Holder>("toInner");
+    ASSERT_NE(toInner, nullptr);
+    ASSERT_NE(toInner->constructed, nullptr);
+    EXPECT_EQ(toInner->constructed->Mark(), "inner");
+    EXPECT_NE(toInner->constructed, toInner->assigned);  // an inner bean is made for each use
+
+    for (const char* name : {"toNull", "toNothing", "toPlain"}) {
+        SCOPED_TRACE(name);
+        auto empty = container.GetBean<Holder>(name);
+        ASSERT_NE(empty, nullptr);  // an empty object is an answer, not a failure
+        EXPECT_EQ(empty->constructed, nullptr);
+        EXPECT_EQ(empty->assigned, nullptr);
+    }
+}
+
+}  // namespace
+}  // namespace zem_test

@@ -184,9 +184,14 @@ private:
     }
 
     void AllocateBlock() {
+        // Each earlier block multiplies the size by the growth factor, in single
+        // precision with the fraction cut off: 128, 192, 288, 432, ...
         std::uint32_t size = blockSize_;
-        for (std::uint32_t i = 0; i < blocksAllocated_; ++i)
-            size = static_cast<std::uint32_t>(static_cast<float>(size) * growth_);
+        for (std::uint32_t i = 0; i < blocksAllocated_; ++i) {
+            float grown = static_cast<float>(size) * growth_;
+            if (!(grown < 4294967296.0f)) throw KtExceptionContainer();  // no such block can be had
+            size = static_cast<std::uint32_t>(grown);
+        }
         if (size == 0) size = 1;
         void* memory = ::operator new(sizeof(Node) * size, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)),
                                       std::nothrow);
@@ -246,37 +251,65 @@ private:
         buckets_[b] = node;
     }
 
-    // Doubles the buckets; a failure to get the new array leaves the map as it was.
+    // Doubles the buckets; a failure to get the new array leaves the map as it
+    // was. Every node is relinked at the head of its new bucket, walking the
+    // old `next` chain, and `next` then runs through the new buckets in
+    // ascending order, each along its chain.
+    //
+    // Both steps are done in one walk. The old chain visits old bucket j as one
+    // run, and its nodes go only to new bucket j or j + old count; so the new
+    // chain is the runs' low parts in order, followed by their high parts. The
+    // stored hash is the key's hash, so it is not worked out again.
     void Grow() {
-        std::uint32_t count = bucketCount_ * 2;
+        const std::uint32_t oldCount = bucketCount_;
+        const std::uint32_t oldMask = bucketMask_;
+        const std::uint32_t count = oldCount * 2;
         if (count == 0) return;
         Node** buckets = static_cast<Node**>(std::calloc(count, sizeof(Node*)));
         if (buckets == nullptr) return;
-        Node* old = Head();
+        const std::uint32_t mask = count - 1;
+
+        Node* lowHead = nullptr;
+        Node* lowTail = nullptr;
+        Node* highHead = nullptr;
+        Node* highTail = nullptr;
+        for (Node* n = Head(); n != nullptr;) {
+            const std::uint32_t oldBucket = static_cast<std::uint32_t>(n->hash) & oldMask;
+            const std::uint32_t low = oldBucket, high = oldBucket + oldCount;
+            Node* runLowTail = nullptr;   // first node put into `low`: the last of its chain
+            Node* runHighTail = nullptr;
+            do {
+                Node* following = n->next;
+                const std::uint32_t b = static_cast<std::uint32_t>(n->hash) & mask;
+                n->chain = buckets[b];
+                n->next = buckets[b];  // within a bucket, `next` follows `chain`
+                buckets[b] = n;
+                if (b == low) {
+                    if (runLowTail == nullptr) runLowTail = n;
+                } else if (runHighTail == nullptr) {
+                    runHighTail = n;
+                }
+                n = following;
+            } while (n != nullptr && (static_cast<std::uint32_t>(n->hash) & oldMask) == oldBucket);
+            if (runLowTail != nullptr) {
+                (lowTail != nullptr ? lowTail->next : lowHead) = buckets[low];
+                lowTail = runLowTail;
+            }
+            if (runHighTail != nullptr) {
+                (highTail != nullptr ? highTail->next : highHead) = buckets[high];
+                highTail = runHighTail;
+            }
+        }
+        if (lowTail != nullptr) lowTail->next = highHead;
+        if (highTail != nullptr) highTail->next = nullptr;
+        else if (lowTail != nullptr) lowTail->next = nullptr;
+
         std::free(buckets_);
         buckets_ = buckets;
         bucketCount_ = count;
-        bucketMask_ = count - 1;
-        for (Node* n = old; n != nullptr;) {
-            Node* following = n->next;
-            n->hash = Hash::Hash(n->key);
-            std::uint32_t b = static_cast<std::uint32_t>(n->hash) & bucketMask_;
-            n->chain = buckets_[b];
-            buckets_[b] = n;
-            n = following;
-        }
-        // Rebuild `next` from the buckets.
-        Node* last = nullptr;
-        firstBucket_ = kNoBucket;
-        for (std::uint32_t b = 0; b < bucketCount_; ++b) {
-            if (buckets_[b] == nullptr) continue;
-            if (firstBucket_ == kNoBucket) firstBucket_ = b;
-            for (Node* n = buckets_[b]; n != nullptr; n = n->chain) {
-                if (last != nullptr) last->next = n;
-                last = n;
-            }
-        }
-        if (last != nullptr) last->next = nullptr;
+        bucketMask_ = mask;
+        Node* head = lowHead != nullptr ? lowHead : highHead;
+        firstBucket_ = head != nullptr ? static_cast<std::uint32_t>(head->hash) & mask : kNoBucket;
     }
 
     void Destroy() noexcept {

@@ -5,9 +5,11 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
+#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -31,6 +33,8 @@ struct SEmptyRep {
     wchar_t chars[2];
 };
 extern SEmptyRep g_emptyRep;
+// The empty characters must sit right behind the header, as in every other rep.
+static_assert(offsetof(SEmptyRep, chars) == sizeof(SStrRep));
 
 }  // namespace kt_detail
 
@@ -104,7 +108,7 @@ public:
         if (length == 0) return *this;
         std::int32_t old = Length();
         CheckGrowth(old, length);
-        if (text >= chars_ && text <= chars_ + old) {
+        if (!std::less<const Ch*>()(text, chars_) && !std::less<const Ch*>()(chars_ + old, text)) {
             // `text` points into this string, which may move while it grows.
             std::basic_string<Ch> copy(text, length);
             return Append(copy.data(), copy.size());
@@ -191,6 +195,10 @@ private:
 
     void Assign(const Ch* text, std::size_t length) {
         if (length > static_cast<std::size_t>(kMaxLength)) throw std::length_error("KtStrT");
+        if (length == 0) {  // every empty string shares the static rep
+            Release();
+            return;
+        }
         Ch* chars = Allocate(static_cast<std::int32_t>(length));
         std::memcpy(chars, text, length * sizeof(Ch));
         Release();

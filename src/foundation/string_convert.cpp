@@ -1,3 +1,4 @@
+// The string conversions; all of them go through the platform's UTF-8 codec.
 #include "foundation/string_convert.h"
 
 #include "platform/utf8.h"
@@ -21,9 +22,9 @@ KtWStr WidenStr(std::string_view text) { return KtWStr(Widen(text)); }
 KtStr NarrowStr(std::wstring_view text) { return KtStr(Narrow(text)); }
 
 std::wstring Message(const wchar_t* prefix, std::string_view name, const wchar_t* suffix) {
-    std::wstring text(prefix);
+    std::wstring text(prefix != nullptr ? prefix : L"");
     platform::DecodeUtf8(name.data(), name.size(), text);
-    text += suffix;
+    if (suffix != nullptr) text += suffix;
     return text;
 }
 

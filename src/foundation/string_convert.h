@@ -1,6 +1,6 @@
 // Conversions between the narrow and wide string families. Narrow text is
-// UTF-8 throughout, so every code page of the original design maps onto the
-// platform's UTF-8 codec.
+// UTF-8 throughout, so every one of these conversions goes through the
+// platform's UTF-8 codec, whatever the process locale.
 #pragma once
 
 #include <string>

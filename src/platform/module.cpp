@@ -6,6 +6,7 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace ZEM::platform {
@@ -17,13 +18,23 @@ std::string ExecutablePath() {
     return std::string(buffer, static_cast<size_t>(length));
 }
 
+namespace {
+
+// True if `path` names the running executable, also through a relative path
+// or a link. The loader refuses to open a program a second time.
+bool IsExecutable(const char* path) {
+    std::string self = ExecutablePath();
+    if (self.empty()) return false;
+    if (self == path) return true;
+    char resolved[PATH_MAX];
+    return ::realpath(path, resolved) != nullptr && self == resolved;
+}
+
+}  // namespace
+
 void* LoadModule(const char* path) {
-    if (path == nullptr) return nullptr;
-    if (*path != '\0') {
-        std::string self = ExecutablePath();
-        if (!self.empty() && self == path) return ::dlopen(nullptr, RTLD_NOW);
-    }
-    if (*path == '\0') return nullptr;
+    if (path == nullptr || *path == '\0') return nullptr;
+    if (IsExecutable(path)) return ::dlopen(nullptr, RTLD_NOW);
     return ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
 }
 

@@ -1,9 +1,12 @@
+// The lenient number readers of configuration values. They are written out by
+// hand so that nothing depends on the process locale.
 #include "platform/numeric.h"
 
 #include <locale.h>
 #include <stdlib.h>
 
 #include <climits>
+#include <cstdlib>
 #include <string>
 
 namespace ZEM::platform {
@@ -91,7 +94,18 @@ double ParseDouble(const wchar_t* text) {
         if (*p <= 0 || *p >= 0x80) break;
         narrow.push_back(static_cast<char>(*p));
     }
-    return ::strtod_l(narrow.c_str(), nullptr, CLocale());
+    if (locale_t c = CLocale(); c != static_cast<locale_t>(0)) return ::strtod_l(narrow.c_str(), nullptr, c);
+    // Without a "C" locale object, hand strtod the current decimal point.
+    const char* point = ::localeconv()->decimal_point;
+    if (point != nullptr && point[0] != '\0' && !(point[0] == '.' && point[1] == '\0')) {
+        std::string localised;
+        for (char ch : narrow) {
+            if (ch == '.') localised += point;
+            else localised.push_back(ch);
+        }
+        narrow.swap(localised);
+    }
+    return std::strtod(narrow.c_str(), nullptr);
 }
 
 }  // namespace ZEM::platform

@@ -1,3 +1,5 @@
+// ASCII case-insensitive comparison and the test that tells UTF-16 text from
+// narrow text, used by the XML layer.
 #include "platform/text.h"
 
 namespace ZEM::platform {

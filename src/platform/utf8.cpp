@@ -10,6 +10,14 @@ namespace {
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
+// Room for `more` further elements; grows geometrically so that a caller that
+// appends piece by piece stays linear.
+template <class String>
+void MakeRoom(String& out, std::size_t more) {
+    std::size_t needed = out.size() + more;
+    if (needed > out.capacity()) out.reserve(needed > 2 * out.capacity() ? needed : 2 * out.capacity());
+}
+
 void Encode(char32_t c, std::string& out) {
     if (c < 0x80) {
         out.push_back(static_cast<char>(c));
@@ -39,7 +47,7 @@ void Encode(char32_t c, std::string& out) {
 void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
     const auto* p = reinterpret_cast<const unsigned char*>(text);
     const unsigned char* end = p + length;
-    out.reserve(out.size() + length);
+    MakeRoom(out, length);
     while (p < end) {
         unsigned char b = *p;
         if (b < 0x80) {
@@ -90,7 +98,7 @@ void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
 }
 
 void EncodeUtf8(const wchar_t* text, std::size_t length, std::string& out) {
-    out.reserve(out.size() + length);
+    MakeRoom(out, length);
     for (std::size_t i = 0; i < length; ++i) {
         auto c = static_cast<std::uint32_t>(text[i]);
         Encode(static_cast<char32_t>(c), out);
@@ -98,7 +106,7 @@ void EncodeUtf8(const wchar_t* text, std::size_t length, std::string& out) {
 }
 
 void EncodeUtf16Le(const unsigned char* bytes, std::size_t units, std::string& out) {
-    out.reserve(out.size() + units);
+    MakeRoom(out, units);
     for (std::size_t i = 0; i < units; ++i) {
         char32_t unit = static_cast<char32_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
         if (unit == 0) break;

@@ -73,7 +73,16 @@ std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId) {
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetBean(const char* name, const SLibrary* library) {
-    return GetBeanWrapper(name, library).second;
+    return Request(name, library, false, false).second;
+}
+
+BeanPair CBeanFactoryImpl::GetBeanWrapper(const char* name, const SLibrary* library, bool fromContainer) noexcept {
+    return Request(name, library, fromContainer, true);
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::GetBeanObject(const char* name, const SLibrary* library,
+                                                         bool fromContainer) noexcept {
+    return Request(name, library, fromContainer, false).second;
 }
 
 std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
@@ -146,7 +155,8 @@ std::shared_ptr<const IBeanWrapper> CBeanFactoryImpl::GetClassWrapper(SBeanType&
     return wrapper;
 }
 
-BeanPair CBeanFactoryImpl::GetBeanWrapper(const char* name, const SLibrary* library, bool fromContainer) noexcept {
+BeanPair CBeanFactoryImpl::Request(const char* name, const SLibrary* library, bool fromContainer,
+                                   bool withWrapper) noexcept {
     if (name == nullptr) return {};
     std::unique_lock<std::recursive_mutex> guard(lock_, std::defer_lock);
     try {
@@ -158,10 +168,12 @@ BeanPair CBeanFactoryImpl::GetBeanWrapper(const char* name, const SLibrary* libr
             if (library == nullptr || bean->library == nullptr || library->path != bean->library->path) return {};
         }
         if (bean->singleton) {
-            if (const BeanPair* made = instances_.Find(name)) return *made;
+            const BeanPair* made = bean->singletonEntry;
+            if (made == nullptr) made = instances_.Find(name);
+            if (made != nullptr) return withWrapper ? *made : BeanPair(nullptr, made->second);
         }
-        if (fromContainer && BeingMade(this, name)) return {};
-        if (t_making.size() >= kMaxRequestDepth) return {};
+        if (fromContainer && BeingMade(this, name)) return Fail(name, L"Already being made: a cycle");
+        if (t_making.size() >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
         CMakingGuard making(this, name);
         return MakeBean(name, *bean, library);
     } catch (const CException& failure) {
@@ -177,7 +189,7 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     std::vector<std::shared_ptr<IObject>> dependencies;
     dependencies.reserve(bean.dependsOn.size());
     for (const std::string& entry : bean.dependsOn)
-        dependencies.push_back(GetBeanWrapper(entry.c_str(), library, true).second);
+        dependencies.push_back(GetBeanObject(entry.c_str(), library, true));
 
     std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(bean);
     std::shared_ptr<const IBeanWrapper> creator = classWrapper;
@@ -191,18 +203,13 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
 
     std::shared_ptr<IObject> object;
     {
-        std::vector<void*> values;
-        std::vector<std::unique_ptr<ValueHolder>> holders;
-        values.reserve(bean.preparedArguments.size());
-        holders.reserve(bean.preparedArguments.size());
-        for (const SArgument& argument : bean.preparedArguments) {
-            holders.push_back(BindArgument(argument, this, types_.get(), bean.library));
-            values.push_back(holders.back()->GetValue());
-        }
-        std::unique_ptr<IObject> made =
-            creator->CreateInstance(bean.factoryMethod.c_str(), values.size(), values.empty() ? nullptr : &values,
-                                    creator, bean.exitMethod.c_str(), dependencies);
+        // The argument values live until the object's shared pointer exists.
+        CCallArguments arguments(bean.preparedArguments, this, types_.get(), bean.library);
+        std::unique_ptr<IObject> made = creator->CreateInstance(bean.factoryMethod.c_str(), arguments.Count(),
+                                                                arguments.Values(), creator,
+                                                                bean.exitMethod.c_str(), dependencies);
         object = std::shared_ptr<IObject>(made.release(), SDeleter());
+        arguments.Release();
     }
     if (!object) return Fail(name, Message(L"Factory method '", bean.factoryMethod, L"' made no object"));
 
@@ -219,7 +226,11 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     // other failure: the object ends with the unwinding.
     if (!bean.initMethod.empty() && !classWrapper->Invoke(object.get(), bean.initMethod.c_str(), 0, nullptr))
         return Fail(name, Message(L"Init method '", bean.initMethod, L"' failed"));
-    if (bean.singleton) instances_.FindOrInsert(name) = BeanPair(classWrapper, object);
+    if (bean.singleton) {
+        BeanPair& entry = instances_.FindOrInsert(name);
+        entry = BeanPair(classWrapper, object);
+        bean.singletonEntry = &entry;
+    }
     InstanceCensus().Add(name, object.get());
     return {classWrapper, object};
 }
@@ -245,7 +256,7 @@ void SetBeanFailureHandler(IBeanFactory& factory, BeanFailureHandler handler) {
 }
 
 std::shared_ptr<IObject> RequestReference(IBeanFactory* factory, const char* name, const SLibrary* library) {
-    if (auto* impl = dynamic_cast<CBeanFactoryImpl*>(factory)) return impl->GetBeanWrapper(name, library, true).second;
+    if (auto* impl = dynamic_cast<CBeanFactoryImpl*>(factory)) return impl->GetBeanObject(name, library, true);
     return factory->GetBean(name, library);
 }
 

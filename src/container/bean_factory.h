@@ -20,8 +20,6 @@
 
 namespace ZEM {
 
-using BeanPair = std::pair<std::shared_ptr<const IBeanWrapper>, std::shared_ptr<IObject>>;
-
 
 class CBeanFactoryImpl final : public IBeanFactory {
 public:
@@ -48,6 +46,8 @@ public:
     // dependency or a reference: such a request for a bean already being made
     // on this thread gives the empty pair instead of recursing.
     BeanPair GetBeanWrapper(const char* name, const SLibrary* library, bool fromContainer = false) noexcept;
+    // The object alone: GetBeanWrapper without a copy of the wrapper pointer.
+    std::shared_ptr<IObject> GetBeanObject(const char* name, const SLibrary* library, bool fromContainer) noexcept;
 
     // Merges a just-read configuration; the caller holds the startup mutex.
     void LoadConfiguration(CConfiguration& configuration);
@@ -67,6 +67,7 @@ public:
     std::uint32_t WrapperCount() const { return wrappers_.Size(); }
 
 private:
+    BeanPair Request(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper) noexcept;
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();

@@ -1,6 +1,6 @@
 // Definition order is construction order within this file, and static
-// destruction runs in reverse: the release table and the census outlive the
-// property pool, which outlives the shared factory's slot and the startup mutex.
+// destruction runs in reverse: the startup mutex and the shared factory's slot
+// outlive the property pool, which outlives the census and the release table.
 #include "container/process_objects.h"
 
 #include "container/lifecycle.h"

@@ -58,27 +58,43 @@ SBeanType::~SBeanType() {
     for (SProperty* record : preparedProperties) PropertyPool().GiveBack(record);
 }
 
+ValueHolder EvaluateArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
+                             const SLibrary* library) {
+    IType* type = types->FindType(argument.type.c_str());
+    return ValueHolder(type->CreateValue(factory, argument.type.c_str(), argument.value.c_str(), library));
+}
+
 std::unique_ptr<ValueHolder> BindArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
                                           const SLibrary* library) {
-    IType* type = types->FindType(argument.type.c_str());
-    return std::make_unique<ValueHolder>(
-        type->CreateValue(factory, argument.type.c_str(), argument.value.c_str(), library));
+    return std::make_unique<ValueHolder>(EvaluateArgument(argument, factory, types, library));
+}
+
+CCallArguments::CCallArguments(const std::vector<SArgument>& arguments, IBeanFactory* factory,
+                               CTypeRegistry* types, const SLibrary* library) {
+    if (arguments.empty()) return;
+    values_.reserve(arguments.size());
+    holders_.reserve(arguments.size());
+    try {
+        for (const SArgument& argument : arguments) {
+            holders_.push_back(EvaluateArgument(argument, factory, types, library));
+            values_.push_back(holders_.back().GetValue());
+        }
+    } catch (...) {
+        Release();  // the destructor doesn't run for a constructor that throws
+        throw;
+    }
+}
+
+void CCallArguments::Release() noexcept {
+    values_.clear();
+    while (!holders_.empty()) holders_.pop_back();
 }
 
 bool ApplyProperty(const SProperty& property, IBeanFactory* factory, IObject* object, const IBeanWrapper& wrapper,
                    CTypeRegistry* types, const SLibrary* library) {
-    if (property.arguments.empty()) return wrapper.Invoke(object, property.name.c_str(), 0, nullptr);
-    std::vector<std::unique_ptr<ValueHolder>> holders;
-    std::vector<void*> values;
-    holders.reserve(property.arguments.size());
-    values.reserve(property.arguments.size());
-    for (const SArgument& argument : property.arguments) {
-        holders.push_back(BindArgument(argument, factory, types, library));
-        values.push_back(holders.back()->GetValue());
-    }
-    bool result = wrapper.Invoke(object, property.name.c_str(), property.arguments.size(), &values);
-    values.clear();
-    holders.clear();
+    CCallArguments arguments(property.arguments, factory, types, library);
+    bool result = wrapper.Invoke(object, property.name.c_str(), arguments.Count(), arguments.Values());
+    arguments.Release();
     return result;
 }
 

@@ -11,6 +11,9 @@
 
 namespace ZEM {
 
+// A bean's class wrapper and its object.
+using BeanPair = std::pair<std::shared_ptr<const IBeanWrapper>, std::shared_ptr<IObject>>;
+
 // A definition bound to its class: the definition's fields, then what binding
 // adds. Constant after construction.
 struct SBeanType : SBean {
@@ -26,6 +29,9 @@ struct SBeanType : SBean {
     std::vector<SProperty*> preparedProperties;  // records from the property pool
     std::vector<SArgument> preparedArguments;
     const SLibrary* library;                     // the library that holds the bean
+    // The factory's entry of the finished singleton, once there is one; a
+    // shortcut past the second look-up of the name. Both go at a reset.
+    const BeanPair* singletonEntry = nullptr;
 };
 
 // Owns one value for the length of one call.
@@ -40,8 +46,31 @@ private:
 
 // Evaluates one argument; throws on an unknown type, a bad bool, or a service
 // class without type id.
+ValueHolder EvaluateArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
+                             const SLibrary* library);
 std::unique_ptr<ValueHolder> BindArgument(const SArgument& argument, IBeanFactory* factory,
                                           CTypeRegistry* types, const SLibrary* library);
+
+// The arguments of one wrapper call: the addresses the wrapper reads and the
+// holders that keep the values alive until the call is over. Arguments are
+// evaluated in order; a throw releases those evaluated so far.
+class CCallArguments {
+public:
+    CCallArguments(const std::vector<SArgument>& arguments, IBeanFactory* factory, CTypeRegistry* types,
+                   const SLibrary* library);
+    ~CCallArguments() { Release(); }
+    CCallArguments(const CCallArguments&) = delete;
+    CCallArguments& operator=(const CCallArguments&) = delete;
+    std::size_t Count() const { return values_.size(); }
+    // Null when there are no arguments, as the wrapper contract wants.
+    std::vector<void*>* Values() { return values_.empty() ? nullptr : &values_; }
+    // Drops the addresses, then the values, the last evaluated first.
+    void Release() noexcept;
+
+private:
+    std::vector<void*> values_;
+    std::vector<ValueHolder> holders_;
+};
 
 // Evaluates the property's arguments and invokes it on `object`.
 bool ApplyProperty(const SProperty& property, IBeanFactory* factory, IObject* object,

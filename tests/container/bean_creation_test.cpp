@@ -1,0 +1,385 @@
+// Making beans, watched through the calls the fixture wrappers record: the
+// order of one bean's set-up, singletons and new objects, visibility by
+// library, factory beans, failures that give an empty result, and cycles.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "container/lifecycle.h"
+#include "support/records.h"
+#include "zem/library.h"
+
+namespace {
+
+using namespace zem_support;
+using Lines = std::vector<std::string>;
+
+class BeanCreationTest : public RecordingTest {
+protected:
+    // Binds the library of `name`, so that the log shows only the making.
+    void Bind(const char* name) {
+        ASSERT_TRUE(factory_->Exists(name));
+        FixtureLog::Take();
+    }
+    const ZEM::SLibrary* LibraryRecord(std::size_t index = 0) {
+        return factory_->Configuration().Store().libraries.at(index).get();
+    }
+
+    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
+};
+
+// Dependencies, then constructor arguments with the beans they make, the
+// object, SetName, the properties in order with their references, the init
+// method; the dependencies are held until the bean is finished.
+TEST_F(BeanCreationTest, TheOrderOfOneBeansSetUp) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("main", "Widget")
+                           .Method("make(i32,obj)")
+                           .Arg("int", "7")
+                           .Arg("bean", "ctorPeer")
+                           .Autoname()
+                           .Property("first(obj)", {Arg("bean", "propPeer")})
+                           .Property("second(s)", {Arg("char*", "x")})
+                           .Init("init")
+                           .Exit("close")
+                           .DependsOn("dep")
+                           .DependsOn("missing"),
+                       Bean("dep", "Gadget"), Bean("ctorPeer", "Peer"), Bean("propPeer", "Peer")}}});
+    Bind("main");
+    std::shared_ptr<ZEM::IObject> main = factory_->GetBean("main", nullptr);
+    ASSERT_TRUE(main);
+    EXPECT_EQ(Tag(main), "Widget#3");
+    EXPECT_EQ(FixtureLog::Take(),
+              (Lines{
+                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#1",
+                  "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
+                  "create Widget make(i32,obj) [7, obj(Peer#2)] exit=close deps=[Gadget#1, empty] wrapper=self -> Widget#3",
+                  "~Peer#2",
+                  "invoke Widget Widget#3 SetName [\"main\"] -> true",
+                  "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#4",
+                  "invoke Widget Widget#3 first(obj) [obj(Peer#4)] -> true",
+                  "~Peer#4",
+                  "invoke Widget Widget#3 second(s) [\"x\"] -> true",
+                  "invoke Widget Widget#3 init [] -> true",
+                  "~Gadget#1",
+              }));
+    main.reset();
+    EXPECT_EQ(FixtureLog::Take(), Lines{"~Widget#3"});
+}
+
+// A bean that isn't a singleton gets a new object with its whole set-up at
+// every request; a singleton is made once.
+TEST_F(BeanCreationTest, NewObjectsAndSingletons) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("each", "Widget").Autoname().Property("p(i32)", {Arg("int", "1")}).Init("init"),
+                       Bean("once", "Gadget").Autoname().Property("p(i32)", {Arg("int", "2")}).Init("init").Singleton()}}});
+    Bind("each");
+    auto first = factory_->GetBean("each", nullptr);
+    auto second = factory_->GetBean("each", nullptr);
+    ASSERT_TRUE(first && second);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(FixtureLog::Take(), (Lines{
+                                      "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
+                                      "invoke Widget Widget#1 SetName [\"each\"] -> true",
+                                      "invoke Widget Widget#1 p(i32) [1] -> true",
+                                      "invoke Widget Widget#1 init [] -> true",
+                                      "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#2",
+                                      "invoke Widget Widget#2 SetName [\"each\"] -> true",
+                                      "invoke Widget Widget#2 p(i32) [1] -> true",
+                                      "invoke Widget Widget#2 init [] -> true",
+                                  }));
+
+    auto once = factory_->GetBean("once", nullptr);
+    EXPECT_EQ(factory_->GetBean("once", nullptr), once);
+    EXPECT_EQ(FixtureLog::Take(), (Lines{
+                                      "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#3",
+                                      "invoke Gadget Gadget#3 SetName [\"once\"] -> true",
+                                      "invoke Gadget Gadget#3 p(i32) [2] -> true",
+                                      "invoke Gadget Gadget#3 init [] -> true",
+                                  }));
+    EXPECT_EQ(factory_->InstanceCount(), 1u);
+}
+
+// An init method or a property that fails ends the object at once; a
+// singleton is then not stored, and each further request tries anew.
+TEST_F(BeanCreationTest, AFailedSetUpDestroysTheObjectEachTry) {
+    Failures failures(*factory_);
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("falseInit", "Widget").Singleton().Init("failInit"),
+                       Bean("throwingInit", "Widget").Singleton().Init("throwInit"),
+                       Bean("failedProperty", "Widget").Singleton().Property("failSet(i32)", {Arg("int", "1")}).Init("init")}}});
+    Bind("falseInit");
+    struct SCase {
+        const char* name;
+        const char* call;
+        const char* failure;
+    } cases[] = {
+        {"falseInit", "failInit [] -> false", "falseInit: Init method 'failInit' failed"},
+        {"throwingInit", "throwInit [] -> throw", "throwingInit: method failed"},
+        {"failedProperty", "failSet(i32) [1] -> false", "failedProperty: Property 'failSet(i32)' failed"},
+    };
+    for (const SCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            FixtureLog::Reset();
+            EXPECT_FALSE(factory_->GetBean(c.name, nullptr));
+            EXPECT_EQ(FixtureLog::Take(), (Lines{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
+                                                 std::string("invoke Widget Widget#1 ") + c.call, "~Widget#1"}));
+            EXPECT_EQ(failures.Take(), Lines{c.failure});
+            EXPECT_EQ(factory_->InstanceCount(), 0u);
+            EXPECT_EQ(ZEM::InstanceCensus().Count(c.name).total, 0u);
+        }
+    }
+}
+
+// A request that gives up lets go of what it made in the reverse order: the
+// object first, its dependencies after it.
+TEST_F(BeanCreationTest, AFailedRequestLetsGoOfTheObjectBeforeItsDependencies) {
+    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").DependsOn("dep").Init("failInit"), Bean("dep", "Gadget")}}});
+    Bind("w");
+    EXPECT_FALSE(factory_->GetBean("w", nullptr));
+    EXPECT_EQ(FixtureLog::Take(), (Lines{
+                                      "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#1",
+                                      "create Widget Widget [] exit= deps=[Gadget#1] wrapper=self -> Widget#2",
+                                      "invoke Widget Widget#2 failInit [] -> false",
+                                      "~Widget#2",
+                                      "~Gadget#1",
+                                  }));
+}
+
+// A bean that isn't exported is seen only from its own library, by path, also
+// once its singleton exists; a reference from its library reaches it, a
+// dependency asked for by a host doesn't.
+TEST_F(BeanCreationTest, VisibilityByLibrary) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("secret", "Peer").Hidden().Singleton(),
+                       Bean("viaReference", "Widget").Method("make(obj)").Arg("bean", "secret"),
+                       Bean("viaDependency", "Gadget").DependsOn("secret")}}});
+    Bind("secret");
+    ZEM::SLibrary foreign{"elsewhere.so", {}};
+    ZEM::SLibrary samePath{RecordingLibrary(), {}};
+
+    EXPECT_TRUE(factory_->Exists("secret"));
+    EXPECT_FALSE(factory_->GetBean("secret", nullptr));
+    EXPECT_FALSE(factory_->GetBean("secret", &foreign));
+    EXPECT_TRUE(FixtureLog::Lines().empty());
+
+    auto viaDependency = factory_->GetBean("viaDependency", nullptr);
+    ASSERT_TRUE(viaDependency);
+    EXPECT_EQ(FixtureLog::Take(), Lines{"create Gadget Gadget [] exit= deps=[empty] wrapper=self -> Gadget#1"});
+
+    auto viaReference = factory_->GetBean("viaReference", nullptr);
+    ASSERT_TRUE(viaReference);
+    EXPECT_EQ(FixtureLog::Take(), (Lines{"create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
+                                         "create Widget make(obj) [obj(Peer#2)] exit= deps=[] wrapper=self -> Widget#3"}));
+
+    // The singleton exists now; still only its own library sees it, and any
+    // record of the same path counts as that library.
+    EXPECT_FALSE(factory_->GetBean("secret", nullptr));
+    EXPECT_FALSE(factory_->GetBean("secret", &foreign));
+    auto own = factory_->GetBean("secret", LibraryRecord());
+    ASSERT_TRUE(own);
+    EXPECT_EQ(Tag(own), "Peer#2");
+    EXPECT_EQ(factory_->GetBean("secret", &samePath), own);
+    // A dependency is asked with the request's library.
+    EXPECT_TRUE(factory_->GetBean("viaDependency", &samePath));
+    EXPECT_EQ(FixtureLog::Starting("create "), Lines{"create Gadget Gadget [] exit= deps=[Peer#2] wrapper=self -> Gadget#4"});
+}
+
+// An eager bean that isn't exported is made at load, asked for with its own
+// library.
+TEST_F(BeanCreationTest, AnEagerBeanThatIsNotExportedIsMadeAtLoad) {
+    Load(*factory_, {{RecordingLibrary(), {Bean("secret", "Peer").Hidden().Singleton().Eager()}}});
+    EXPECT_EQ(Calls(), Lines{"create Peer Peer [] exit= deps=[] wrapper=self -> Peer#1"});
+    EXPECT_EQ(factory_->InstanceCount(), 1u);
+    EXPECT_FALSE(factory_->GetBean("secret", nullptr));
+}
+
+TEST_F(BeanCreationTest, ConstructorsThatGiveNothing) {
+    Failures failures(*factory_);
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("throwing", "Widget").Method("throwMake").DependsOn("dep"),
+                       Bean("null", "Widget").Method("nullMake"),
+                       Bean("noFactory", "Widget").FactoryBean("nobody").DependsOn("dep"),
+                       Bean("dep", "Gadget")}}});
+    Bind("dep");
+    std::shared_ptr<ZEM::IObject> object;
+    EXPECT_NO_THROW(object = factory_->GetBean("throwing", nullptr));
+    EXPECT_FALSE(object);
+    EXPECT_FALSE(factory_->GetBean("null", nullptr));
+    EXPECT_FALSE(factory_->GetBean("noFactory", nullptr));
+    // The dependencies were made, and released with the failed request.
+    EXPECT_EQ(FixtureLog::Take(),
+              (Lines{
+                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#1",
+                  "create Widget throwMake [] exit= deps=[Gadget#1] wrapper=self -> throw",
+                  "~Gadget#1",
+                  "create Widget nullMake [] exit= deps=[] wrapper=self -> null",
+                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#2",
+                  "~Gadget#2",
+              }));
+    Lines dropped = failures.Take();
+    ASSERT_EQ(dropped.size(), 3u);
+    EXPECT_EQ(dropped[0], "throwing: constructor failed");
+    EXPECT_EQ(dropped[2], "noFactory: Factory bean 'nobody' not found");
+}
+
+// With a factory bean, the object and SetName come from the factory bean's
+// wrapper; properties and the init method go to the bean's own. No object of
+// the factory bean is made, whatever its flags.
+TEST_F(BeanCreationTest, AFactoryBeanMakesTheObjectAndNamesIt) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("factory", "Factory").Hidden().Singleton(),
+                       Bean("made", "Widget")
+                           .FactoryBean("factory")
+                           .Method("build(i32)")
+                           .Arg("int", "3")
+                           .Autoname()
+                           .Property("p(i32)", {Arg("int", "1")})
+                           .Init("init")}}});
+    Bind("made");
+    auto made = factory_->GetBean("made", nullptr);
+    ASSERT_TRUE(made);
+    EXPECT_EQ(FixtureLog::Take(), (Lines{
+                                      "create Factory build(i32) [3] exit= deps=[] wrapper=self -> Factory#1",
+                                      "invoke Factory Factory#1 SetName [\"made\"] -> true",
+                                      "invoke Widget Factory#1 p(i32) [1] -> true",
+                                      "invoke Widget Factory#1 init [] -> true",
+                                  }));
+    EXPECT_EQ(factory_->InstanceCount(), 0u);
+    EXPECT_EQ(factory_->WrapperCount(), 2u);
+}
+
+// The wrappers are keyed by the class text: two spellings are two wrappers,
+// two beans of one class share one.
+TEST_F(BeanCreationTest, OneWrapperPerClassName) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("upper", "Widget"), Bean("lower", "widget"), Bean("again", "Widget").Method("alt")}}});
+    EXPECT_EQ(Tag(factory_->GetBean("upper", nullptr)), "Widget#1");
+    EXPECT_TRUE(factory_->GetBean("lower", nullptr));
+    EXPECT_TRUE(factory_->GetBean("again", nullptr));
+    EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
+                                                      "create widget widget [] exit= deps=[] wrapper=self -> widget#2",
+                                                      "create Widget alt [] exit= deps=[] wrapper=self -> Widget#3"}));
+    EXPECT_EQ(factory_->WrapperCount(), 2u);
+}
+
+// Eager beans after each load: singletons once, others made, set up and let
+// go again, at every load; a name listed twice is asked for twice.
+TEST_F(BeanCreationTest, EagerBeansAtEachLoad) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("single", "Widget").Singleton().Eager(), Bean("each", "Gadget").Eager().Init("init"),
+                       Bean("each", "Gadget").Eager(), Bean("lazy", "Peer").Singleton()}}});
+    EXPECT_EQ(Calls(), (Lines{
+                           "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
+                           "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#2",
+                           "invoke Gadget Gadget#2 init [] -> true",
+                           "~Gadget#2",
+                           "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#3",
+                           "invoke Gadget Gadget#3 init [] -> true",
+                           "~Gadget#3",
+                       }));
+    EXPECT_EQ(ZEM::InstanceCensus().Count("each").alive, 0u);
+    Load(*factory_, {{RecordingLibrary(), {Bean("later", "Peer")}}});
+    EXPECT_EQ(Calls(), (Lines{
+                           "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#4",
+                           "invoke Gadget Gadget#4 init [] -> true",
+                           "~Gadget#4",
+                           "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#5",
+                           "invoke Gadget Gadget#5 init [] -> true",
+                           "~Gadget#5",
+                       }));
+}
+
+TEST_F(BeanCreationTest, ResetFactoryForgetsEverything) {
+    factory_->ResetFactory();  // on a factory that never had a configuration
+    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Singleton().Provides("I")}}});
+    ASSERT_TRUE(factory_->GetBean("w", nullptr));
+    factory_->ResetFactory();
+    EXPECT_EQ(FixtureLog::Starting("~"), Lines{"~Widget#1"});
+    EXPECT_FALSE(factory_->Exists("w"));
+    EXPECT_FALSE(factory_->GetBean("w", nullptr));
+    EXPECT_EQ(factory_->GetServiceCount("I"), 0u);
+    EXPECT_EQ(factory_->InstanceCount(), 0u);
+    EXPECT_EQ(factory_->WrapperCount(), 0u);
+    // The same definition may be loaded again.
+    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Singleton()}}});
+    EXPECT_TRUE(factory_->GetBean("w", nullptr));
+}
+
+// Cycles through references and dependencies end in empty results for the
+// request that would recurse, and the beans are made all the same.
+TEST_F(BeanCreationTest, CyclesEndInEmptyResults) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("a", "Widget").Method("make(obj)").Arg("bean", "b"),
+                       Bean("b", "Peer").Method("make(obj)").Arg("bean", "a"),
+                       Bean("self", "Gadget").Singleton().Property("p(obj)", {Arg("bean", "self")}),
+                       Bean("c", "Widget").DependsOn("d"), Bean("d", "Peer").DependsOn("c")}}});
+    Bind("a");
+    EXPECT_TRUE(factory_->GetBean("a", nullptr));
+    EXPECT_EQ(FixtureLog::Take(), (Lines{
+                                      "create Peer make(obj) [null] exit= deps=[] wrapper=self -> Peer#1",
+                                      "create Widget make(obj) [obj(Peer#1)] exit= deps=[] wrapper=self -> Widget#2",
+                                      "~Peer#1",
+                                      "~Widget#2",
+                                  }));
+    EXPECT_TRUE(factory_->GetBean("self", nullptr));
+    EXPECT_EQ(FixtureLog::Starting("invoke "), Lines{"invoke Gadget Gadget#3 p(obj) [null] -> true"});
+    FixtureLog::Take();
+    EXPECT_TRUE(factory_->GetBean("c", nullptr));
+    EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create Peer Peer [] exit= deps=[empty] wrapper=self -> Peer#4",
+                                                      "create Widget Widget [] exit= deps=[Peer#4] wrapper=self -> Widget#5"}));
+}
+
+// Requests nested deeper than the limit give an empty result instead of
+// exhausting the stack: a chain of 300 references is cut after 256 beans.
+TEST_F(BeanCreationTest, DeepNestingIsCut) {
+    Library chain{RecordingLibrary(), {}};
+    for (int i = 0; i < 300; ++i)
+        chain.beans.push_back(Bean("link" + std::to_string(i), "Peer").Method("make(obj)").Arg("bean", "link" + std::to_string(i + 1)));
+    Load(*factory_, {chain});
+    Bind("link0");
+    ASSERT_TRUE(factory_->GetBean("link0", nullptr));
+    Lines creates = FixtureLog::Starting("create ");
+    ASSERT_EQ(creates.size(), 256u);
+    EXPECT_EQ(creates.front(), "create Peer make(obj) [null] exit= deps=[] wrapper=self -> Peer#1");
+    EXPECT_EQ(creates.back(), "create Peer make(obj) [obj(Peer#255)] exit= deps=[] wrapper=self -> Peer#256");
+    EXPECT_TRUE(ZEM::CurrentRequestChain().empty());
+}
+
+// A class whose constructor asks its own factory for the bean being made: a
+// request from bean code, which the cycle guard leaves alone.
+ZEM::IBeanFactory* g_recursingFactory = nullptr;
+int g_recursions = 0;
+
+class CRecursingWrapper final : public ZEM::IBeanWrapper {
+public:
+    const char* GetClassName() const override { return "Recursing"; }
+    std::unique_ptr<ZEM::IObject> CreateInstance(const char*, std::size_t, std::vector<void*>*,
+                                                 std::shared_ptr<const ZEM::IBeanWrapper>, const char*,
+                                                 std::vector<std::shared_ptr<ZEM::IObject>>&) const override {
+        ++g_recursions;
+        std::shared_ptr<ZEM::IObject> inner = g_recursingFactory->GetBean("recursing", nullptr);
+        return std::make_unique<ZEM::IObject>();
+    }
+    bool Invoke(ZEM::IObject*, const char*, std::size_t, std::vector<void*>*) const override { return true; }
+    bool HasMethod(const char*, std::size_t) const override { return true; }
+    void GetArgumentTypes(const char*, std::size_t, std::vector<std::string>&) const override {}
+};
+
+ZEM::IBeanWrapper* MakeRecursing() { return new CRecursingWrapper; }
+
+// Bean code that asks for the bean it is making starts a further making of
+// it, until the nesting limit gives the innermost request nothing.
+TEST_F(BeanCreationTest, BeanCodeThatRecursesIsCutByTheNestingLimit) {
+    ZEM::GetLocalLibrary().RegisterWrapperMaker("create_Recursing_Wrapper", &MakeRecursing);
+    Load(*factory_, {{RecordingLibrary(), {Bean("recursing", "Recursing")}}});
+    g_recursingFactory = factory_.get();
+    g_recursions = 0;
+    EXPECT_TRUE(factory_->GetBean("recursing", nullptr));
+    EXPECT_EQ(g_recursions, 256);
+    EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Recursing_Wrapper"));
+}
+
+}  // namespace

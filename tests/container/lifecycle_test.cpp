@@ -1,0 +1,140 @@
+// The end of bean objects: the order in which singletons go, objects that
+// outlive their entry or their factory, and the census of living objects.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "container/lifecycle.h"
+#include "support/records.h"
+
+namespace {
+
+using namespace zem_support;
+using Lines = std::vector<std::string>;
+
+class LifecycleTest : public RecordingTest {
+protected:
+    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
+};
+
+// Singletons go in the order of their names in the map (ascending bucket,
+// newest first within one), neither in the order they were made nor in its
+// reverse. "a" and "xi" share a bucket, below those of "b" and "c".
+TEST_F(LifecycleTest, SingletonsGoInTheOrderOfTheirNames) {
+    const Lines requested{"c", "xi", "b", "a"};
+    const Lines expected{"~Widget#4", "~Widget#2", "~Widget#3", "~Widget#1"};  // a, xi, b, c
+    for (bool byReset : {true, false}) {
+        SCOPED_TRACE(byReset ? "ResetFactory" : "end of the factory");
+        FixtureLog::Reset();
+        auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
+        Library library{RecordingLibrary(), {}};
+        for (const std::string& name : {"a", "b", "c", "xi"}) library.beans.push_back(Bean(name, "Widget").Singleton());
+        Load(*factory, {library});
+        for (const std::string& name : requested) ASSERT_TRUE(factory->GetBean(name.c_str(), nullptr));
+        FixtureLog::Take();
+        if (byReset)
+            factory->ResetFactory();
+        else
+            factory.reset();
+        EXPECT_EQ(FixtureLog::Take(), expected);
+    }
+}
+
+// A singleton that a host or another bean still holds outlives its entry, its
+// factory's reset and the factory itself, and ends with its last holder.
+TEST_F(LifecycleTest, HeldSingletonsOutliveTheirEntry) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("held", "Widget").Singleton(),
+                       Bean("keeper", "Gadget").Singleton().Property("keep(obj)", {Arg("bean", "kept")}),
+                       Bean("kept", "Peer").Singleton()}}});
+    std::shared_ptr<ZEM::IObject> held = factory_->GetBean("held", nullptr);
+    ASSERT_TRUE(held);
+    held = nullptr;
+    held = factory_->GetBean("held", nullptr);
+    EXPECT_TRUE(FixtureLog::Starting("~").empty()) << "letting go of a singleton doesn't end it";
+    ASSERT_TRUE(factory_->GetBean("keeper", nullptr));
+    FixtureLog::Take();
+
+    // "kept" comes before "keeper" in the map, but "keeper" holds it.
+    factory_->ResetFactory();
+    EXPECT_EQ(FixtureLog::Take(), (Lines{"~Gadget#2", "~Peer#3"}));
+
+    Load(*factory_, {{RecordingLibrary(), {Bean("held", "Widget").Singleton()}}});
+    std::shared_ptr<ZEM::IObject> again = factory_->GetBean("held", nullptr);
+    ASSERT_TRUE(again);
+    EXPECT_NE(again, held) << "after a reset, the name makes another object";
+    factory_.reset();
+    EXPECT_EQ(FixtureLog::Starting("~"), Lines{}) << "both objects are still held";
+    held.reset();
+    again.reset();
+    EXPECT_EQ(FixtureLog::Starting("~"), (Lines{"~Widget#1", "~Widget#4"}));
+}
+
+// The census counts living objects by bean name, across factories, and
+// forgets a name when its last object has gone.
+TEST_F(LifecycleTest, TheCensus) {
+    ZEM::CInstanceCensus& census = ZEM::InstanceCensus();
+    auto other = std::make_shared<ZEM::CBeanFactoryImpl>();
+    for (auto* factory : {factory_.get(), other.get()})
+        Load(*factory, {{RecordingLibrary(),
+                         {Bean("census.each", "Widget"), Bean("census.single", "Gadget").Singleton(),
+                          Bean("census.failing", "Peer").Init("failInit")}}});
+    auto first = factory_->GetBean("census.each", nullptr);
+    auto second = factory_->GetBean("census.each", nullptr);
+    auto third = other->GetBean("census.each", nullptr);
+    EXPECT_EQ(census.Count("census.each").alive, 3u);
+    EXPECT_EQ(census.Count("census.each").total, 3u);
+    first.reset();
+    EXPECT_EQ(census.Count("census.each").alive, 2u);
+    EXPECT_EQ(census.Count("census.each").total, 3u);
+    second.reset();
+    third.reset();
+    EXPECT_EQ(census.Count("census.each").alive, 0u);
+    EXPECT_EQ(census.Count("census.each").total, 0u) << "the name's entry goes with its last object";
+
+    // A singleton handed out again is not counted again.
+    factory_->GetBean("census.single", nullptr);
+    factory_->GetBean("census.single", nullptr);
+    EXPECT_EQ(census.Count("census.single").total, 1u);
+    EXPECT_FALSE(factory_->GetBean("census.failing", nullptr));
+    EXPECT_EQ(census.Count("census.failing").total, 0u);
+
+    std::uint32_t objects = census.ObjectCount();
+    factory_->ResetFactory();
+    EXPECT_EQ(census.Count("census.single").total, 0u);
+    EXPECT_EQ(census.ObjectCount(), objects - 1);
+}
+
+// An object the census never saw is deleted all the same.
+TEST_F(LifecycleTest, TheDeleterOfAnUncountedObject) {
+    std::uint32_t objects = ZEM::InstanceCensus().ObjectCount();
+    ZEM::SDeleter()(nullptr);
+    struct SPlain : ZEM::IObject {
+        ~SPlain() override { zem_fixture_record("~plain"); }
+    };
+    ZEM::SDeleter()(new SPlain);
+    EXPECT_EQ(FixtureLog::Lines(), Lines{"~plain"});
+    EXPECT_EQ(ZEM::InstanceCensus().ObjectCount(), objects);
+}
+
+// Beans have no release of their own: a bean fetched by name is no service.
+TEST_F(LifecycleTest, ReleaseInstanceOfABeanThrows) {
+    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Singleton()}}});
+    auto bean = factory_->GetBean("w", nullptr);
+    ASSERT_TRUE(bean);
+    EXPECT_EQ(MessageOf([&] { factory_->ReleaseInstance(bean); }), L"Service instance was not registered");
+    EXPECT_EQ(factory_->GetBean("w", nullptr), bean);
+}
+
+// What a wrapper is handed at creation: the exit method's text, empty when
+// there is none, and nothing more is done with it.
+TEST_F(LifecycleTest, TheExitMethodIsOnlyHandedOver) {
+    Load(*factory_, {{RecordingLibrary(), {Bean("with", "Widget").Exit("shutdown"), Bean("without", "Widget")}}});
+    factory_->GetBean("with", nullptr);
+    factory_->GetBean("without", nullptr);
+    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] exit=shutdown deps=[] wrapper=self -> Widget#1", "~Widget#1",
+                              "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#2", "~Widget#2"}));
+}
+
+}  // namespace

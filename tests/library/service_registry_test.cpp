@@ -1,0 +1,269 @@
+// The service registry of a factory: order of the lists, registrations kept
+// by singletons, release from every list, and release functions that outlive
+// their factory.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "library/release_table.h"
+#include "support/records.h"
+
+namespace {
+
+using namespace zem_support;
+using ZEM::IObject;
+
+// A service object that notes its end in the fixture log.
+class CProbe : public IObject {
+public:
+    explicit CProbe(std::string name) : name_(std::move(name)) {}
+    ~CProbe() override { zem_fixture_record(("~" + name_).c_str()); }
+    const std::string& Name() const { return name_; }
+
+private:
+    std::string name_;
+};
+
+std::string NameOf(const std::shared_ptr<IObject>& object) {
+    if (!object) return "empty";
+    auto* probe = dynamic_cast<CProbe*>(object.get());
+    return probe != nullptr ? probe->Name() : FixtureLog::TagOf(object.get());
+}
+
+std::shared_ptr<IObject> Probe(const std::string& name) { return std::make_shared<CProbe>(name); }
+
+// An owning maker that counts its calls and names each object it makes.
+std::function<std::unique_ptr<IObject>()> Maker(const std::string& prefix, int& calls) {
+    return [prefix, &calls]() -> std::unique_ptr<IObject> {
+        return std::make_unique<CProbe>(prefix + std::to_string(++calls));
+    };
+}
+
+class ServiceRegistryTest : public RecordingTest {
+protected:
+    std::vector<std::string> List(const char* typeId) {
+        std::vector<std::string> names;
+        for (std::uint32_t i = 0; i < factory_->GetServiceCount(typeId); ++i)
+            names.push_back(NameOf(factory_->GetService(typeId, i)));
+        return names;
+    }
+
+    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
+};
+
+TEST_F(ServiceRegistryTest, OrderOfTheList) {
+    auto first = Probe("first"), second = Probe("second"), front = Probe("front");
+    factory_->RegisterService("I", false, first, nullptr);
+    factory_->RegisterService("I", false, second, nullptr);
+    EXPECT_EQ(NameOf(factory_->GetService("I")), "first");
+    EXPECT_EQ(NameOf(factory_->GetService("I", 1)), "second");
+    EXPECT_EQ(NameOf(factory_->GetService("I", 2)), "empty");
+    EXPECT_EQ(NameOf(factory_->GetService("I", 0xFFFFFFFFu)), "empty");
+
+    factory_->RegisterService("I", true, front, nullptr);
+    EXPECT_EQ(List("I"), (std::vector<std::string>{"front", "first", "second"}));
+
+    EXPECT_EQ(factory_->GetServiceCount("unknown"), 0u);
+    EXPECT_FALSE(factory_->GetService("unknown"));
+    EXPECT_FALSE(factory_->GetService("unknown", 0));
+    EXPECT_FALSE(factory_->GetService("i")) << "type ids compare with case";
+}
+
+// The services of a configuration stand before those a host registered
+// earlier, and a later configuration's before an earlier one's.
+TEST_F(ServiceRegistryTest, ConfigurationServicesStandInFront) {
+    factory_->RegisterService("I", false, Probe("host"), nullptr);
+    Load(*factory_, {{RecordingLibrary(), {Bean("one", "Widget").Provides("I").Singleton()}}});
+    Load(*factory_, {{RecordingLibrary(), {Bean("two", "Gadget").Provides("I").Singleton()}}});
+    EXPECT_EQ(List("I"), (std::vector<std::string>{"Gadget#1", "Widget#2", "host"}));
+}
+
+TEST_F(ServiceRegistryTest, TheSameInstanceTwice) {
+    auto probe = Probe("p");
+    factory_->RegisterService("A", false, probe, nullptr);
+    // Under another type id without a registration: allowed, a second entry.
+    factory_->RegisterService("B", false, probe, nullptr);
+    // Under the same type id without a registration: refused, nothing added.
+    EXPECT_EQ(MessageOf([&] { factory_->RegisterService("A", false, probe, nullptr); }),
+              L"Service instance is already registered for interface 'A'");
+    EXPECT_EQ(factory_->GetServiceCount("A"), 1u);
+    // With a registration given, nothing is tested.
+    auto registration = factory_->RegisterService("C", false, probe, nullptr);
+    factory_->RegisterService("C", false, probe, registration);
+    EXPECT_EQ(factory_->GetServiceCount("C"), 2u);
+
+    // One release takes the instance out of every list, the first match of each.
+    factory_->ReleaseInstance(probe);
+    EXPECT_EQ(factory_->GetServiceCount("A"), 0u);
+    EXPECT_EQ(factory_->GetServiceCount("B"), 0u);
+    EXPECT_EQ(factory_->GetServiceCount("C"), 1u);
+    factory_->ReleaseInstance(probe);
+    EXPECT_EQ(factory_->GetServiceCount("C"), 0u);
+    EXPECT_FALSE(factory_->GetService("A"));
+    EXPECT_EQ(MessageOf([&] { factory_->ReleaseInstance(probe); }), L"Service instance was not registered");
+}
+
+TEST_F(ServiceRegistryTest, ReleaseOfAnInstanceNobodyRegistered) {
+    auto registered = Probe("registered");
+    factory_->RegisterService("A", false, registered, nullptr);
+    EXPECT_EQ(MessageOf([&] { factory_->ReleaseInstance(Probe("stranger")); }), L"Service instance was not registered");
+    EXPECT_EQ(List("A"), std::vector<std::string>{"registered"}) << "a failed release changes nothing";
+
+    // What a registration without singleton made is out of reach.
+    int calls = 0;
+    factory_->RegisterService("M", false, Maker("made", calls), nullptr);
+    std::shared_ptr<IObject> made = factory_->GetService("M");
+    ASSERT_TRUE(made);
+    EXPECT_EQ(MessageOf([&] { factory_->ReleaseInstance(made); }), L"Service instance was not registered");
+    EXPECT_EQ(factory_->GetServiceCount("M"), 1u);
+}
+
+// An empty pointer matches the registrations that have no instance yet: the
+// first of each list.
+TEST_F(ServiceRegistryTest, ReleaseOfAnEmptyPointer) {
+    int calls = 0;
+    factory_->RegisterService("M", false, Maker("m", calls), nullptr);
+    factory_->RegisterService("M", false, Maker("n", calls), nullptr);
+    factory_->RegisterService("N", false, Probe("kept"), nullptr);
+    factory_->ReleaseInstance(nullptr);
+    EXPECT_EQ(factory_->GetServiceCount("M"), 1u);
+    EXPECT_EQ(List("N"), std::vector<std::string>{"kept"});
+    EXPECT_EQ(List("M"), std::vector<std::string>{"n1"});
+}
+
+// A singleton registration keeps what its maker made and hands it out on all
+// its lists; a release takes it from every one of them.
+TEST_F(ServiceRegistryTest, ARegistrationKeptByASingleton) {
+    int calls = 0;
+    auto registration = factory_->RegisterService("A", false, Maker("made", calls), nullptr);
+    EXPECT_FALSE(registration->IsSingleton());
+    EXPECT_EQ(&registration->SetSingleton(), registration.get());
+    EXPECT_TRUE(registration->IsSingleton());
+    // The second maker is dropped: the registration given is what goes in.
+    int unused = 0;
+    EXPECT_EQ(factory_->RegisterService("B", true, Maker("other", unused), registration), registration);
+
+    std::shared_ptr<IObject> viaA = factory_->GetService("A");
+    std::shared_ptr<IObject> viaB = factory_->GetService("B");
+    EXPECT_EQ(viaA, viaB);
+    EXPECT_EQ(NameOf(viaA), "made1");
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(unused, 0);
+
+    factory_->ReleaseInstance(viaA);
+    EXPECT_EQ(factory_->GetServiceCount("A"), 0u);
+    EXPECT_EQ(factory_->GetServiceCount("B"), 0u);
+    EXPECT_TRUE(FixtureLog::Starting("~").empty()) << "the host still holds the object";
+    registration.reset();
+    viaB.reset();
+    viaA.reset();
+    EXPECT_EQ(FixtureLog::Starting("~"), std::vector<std::string>{"~made1"});
+}
+
+// A maker that gives nothing leaves a singleton without instance, and the
+// next request tries again; so does one that throws.
+TEST_F(ServiceRegistryTest, MakersThatGiveNothingOrThrow) {
+    int calls = 0;
+    bool give = false;
+    factory_->RegisterService(
+        "A", false,
+        [&]() -> std::unique_ptr<IObject> {
+            ++calls;
+            if (calls == 2) throw ZEM::CException(L"maker failed");
+            return give ? std::make_unique<CProbe>("late") : nullptr;
+        },
+        nullptr)->SetSingleton();
+    EXPECT_FALSE(factory_->GetService("A"));
+    EXPECT_EQ(MessageOf([&] { factory_->GetService("A"); }), L"maker failed");
+    give = true;
+    auto object = factory_->GetService("A");
+    EXPECT_EQ(NameOf(object), "late");
+    EXPECT_EQ(factory_->GetService("A"), object);
+    EXPECT_EQ(calls, 3);
+}
+
+TEST_F(ServiceRegistryTest, ARegistrationWithNeitherInstanceNorMaker) {
+    factory_->RegisterService("A", false, std::shared_ptr<IObject>(), nullptr);
+    EXPECT_EQ(factory_->GetServiceCount("A"), 1u);
+    EXPECT_EQ(MessageOf([&] { factory_->GetService("A"); }), L"No constructor for service type registered");
+}
+
+// The release function of an owning maker's object runs when the object's
+// last pointer goes, even after the factory has gone, and before the object
+// is deleted.
+TEST_F(ServiceRegistryTest, TheReleaseFunctionRunsAfterTheFactoryIsGone) {
+    std::size_t tracked = ZEM::ReleaseTable().Size();
+    int calls = 0;
+    IObject* released = nullptr;
+    factory_->RegisterService("A", false, Maker("owned", calls), nullptr)
+        ->SetReleaseFunction([&](IObject* object) {
+            released = object;
+            zem_fixture_record(("release " + dynamic_cast<CProbe&>(*object).Name()).c_str());
+        });
+    std::shared_ptr<IObject> object = factory_->GetService("A");
+    ASSERT_TRUE(object);
+    EXPECT_EQ(ZEM::ReleaseTable().Size(), tracked + 1);
+    factory_.reset();
+    EXPECT_TRUE(FixtureLog::Lines().empty());
+    IObject* raw = object.get();
+    object.reset();
+    EXPECT_EQ(released, raw);
+    EXPECT_EQ(FixtureLog::Lines(), (std::vector<std::string>{"release owned1", "~owned1"}));
+    EXPECT_EQ(ZEM::ReleaseTable().Size(), tracked);
+}
+
+// A release function set after an object was made has no effect on it; one
+// set on a registration by instance or by a shared maker is never called.
+TEST_F(ServiceRegistryTest, AReleaseFunctionSetTooLate) {
+    int calls = 0, releases = 0;
+    auto counting = [&](IObject*) { ++releases; };
+    auto owned = factory_->RegisterService("A", false, Maker("owned", calls), nullptr);
+    std::shared_ptr<IObject> early = factory_->GetService("A");
+    owned->SetReleaseFunction(counting);
+    EXPECT_TRUE(owned->GetReleaseFunction());
+    early.reset();
+    EXPECT_EQ(releases, 0);
+    factory_->GetService("A").reset();
+    EXPECT_EQ(releases, 1) << "an object made after the function was set is released through it";
+
+    auto instance = Probe("instance");
+    factory_->RegisterService("B", false, instance, nullptr)->SetReleaseFunction(counting);
+    factory_->GetService("B").reset();
+    factory_->ReleaseInstance(instance);
+    instance.reset();
+    EXPECT_EQ(releases, 1);
+}
+
+// A bean that provides interfaces: one registration on all their lists, the
+// last configured provider first.
+TEST_F(ServiceRegistryTest, ServicesOfBeans) {
+    Load(*factory_, {{RecordingLibrary(),
+                      {Bean("single", "Widget").Singleton().Provides("A").Provides("B").Provides("C"),
+                       Bean("many", "Gadget").Provides("M"), Bean("hidden", "Peer").Hidden().Provides("H"),
+                       Bean("plain", "Peer")}}});
+    // A bean without interfaces registers nothing.
+    EXPECT_EQ(factory_->Configuration().Store().services.Size(), 5u);
+    std::shared_ptr<IObject> viaA = factory_->GetService("A");
+    ASSERT_TRUE(viaA);
+    EXPECT_EQ(factory_->GetService("B"), viaA);
+    EXPECT_EQ(factory_->GetService("C"), viaA);
+    EXPECT_EQ(factory_->GetBean("single", nullptr), viaA) << "the bean's singleton and the service are one object";
+    EXPECT_EQ(factory_->InstanceCount(), 1u);
+
+    factory_->ReleaseInstance(viaA);
+    EXPECT_EQ(factory_->GetServiceCount("A") + factory_->GetServiceCount("B") + factory_->GetServiceCount("C"), 0u);
+    EXPECT_EQ(factory_->InstanceCount(), 1u) << "the bean's own singleton entry stays";
+
+    // Not a singleton: a new object each time.
+    auto first = factory_->GetService("M");
+    auto second = factory_->GetService("M");
+    ASSERT_TRUE(first && second);
+    EXPECT_NE(first, second);
+    // A bean that isn't exported gives an empty service.
+    EXPECT_EQ(factory_->GetServiceCount("H"), 1u);
+    EXPECT_FALSE(factory_->GetService("H"));
+}
+
+}  // namespace

@@ -6,8 +6,47 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace ZEM {
+
+// memcpy for the short names, values and arrays of a tree, without a call for
+// up to 32 bytes.
+inline void XmlCopyBytes(void* to, const void* from, std::size_t size) noexcept {
+    auto* out = static_cast<char*>(to);
+    const auto* in = static_cast<const char*>(from);
+    if (size <= 32) {
+        if (size >= 16) {
+            std::uint64_t a, b, c, d;
+            std::memcpy(&a, in, 8);
+            std::memcpy(&b, in + 8, 8);
+            std::memcpy(&c, in + size - 16, 8);
+            std::memcpy(&d, in + size - 8, 8);
+            std::memcpy(out, &a, 8);
+            std::memcpy(out + 8, &b, 8);
+            std::memcpy(out + size - 16, &c, 8);
+            std::memcpy(out + size - 8, &d, 8);
+        } else if (size >= 8) {
+            std::uint64_t a, b;
+            std::memcpy(&a, in, 8);
+            std::memcpy(&b, in + size - 8, 8);
+            std::memcpy(out, &a, 8);
+            std::memcpy(out + size - 8, &b, 8);
+        } else if (size >= 4) {
+            std::uint32_t a, b;
+            std::memcpy(&a, in, 4);
+            std::memcpy(&b, in + size - 4, 4);
+            std::memcpy(out, &a, 4);
+            std::memcpy(out + size - 4, &b, 4);
+        } else if (size != 0) {
+            out[0] = in[0];
+            out[size / 2] = in[size / 2];
+            out[size - 1] = in[size - 1];
+        }
+        return;
+    }
+    std::memcpy(out, in, size);
+}
 
 class CXmlArena {
 public:
@@ -20,7 +59,22 @@ public:
     // Every record of the tree holds the arena once.
     void AddRecord() noexcept { ++records_; }
     // Drops one record's hold; the last one frees the arena and its blocks.
-    void ReleaseRecord() noexcept;
+    void ReleaseRecord() noexcept {
+        if (--records_ == 0) Destroy();
+    }
+    // Frees the arena and its blocks whatever still lives in them.
+    void Destroy() noexcept;
+
+    // Handles on the records of this tree, all records together. With none
+    // left, nothing outside can reach a record that is still alive.
+    void AddHandle() noexcept { ++handles_; }
+    void DropHandle() noexcept { --handles_; }
+    std::size_t Handles() const noexcept { return handles_; }
+
+    // Heap blocks that records hold besides the arena's own.
+    void AddHeapBlock() noexcept { ++heapBlocks_; }
+    void DropHeapBlock() noexcept { --heapBlocks_; }
+    std::size_t HeapBlocks() const noexcept { return heapBlocks_; }
 
     // Uninitialised memory that stays valid as long as the arena lives.
     // Throws std::bad_alloc.
@@ -34,8 +88,33 @@ public:
         return AllocateSlow(size, alignment);
     }
 
+    // Gives back the end of the latest allocation, which began at `start`
+    // and needs only `used` bytes. Does nothing if something came after it.
+    void TrimLast(char* start, std::size_t allocated, std::size_t used) noexcept {
+        if (start + allocated == cursor_) cursor_ = start + used;
+    }
+
     // A zero-terminated copy of `length` bytes.
-    char* CopyString(const char* text, std::size_t length);
+    char* CopyString(const char* text, std::size_t length) {
+        auto* copy = static_cast<char*>(Allocate(length + 1, 1));
+        XmlCopyBytes(copy, text, length);
+        copy[length] = '\0';
+        return copy;
+    }
+
+    // Blocks of one fixed size per kind, given back by a finished element for
+    // the next one to grow in: null if none is waiting. A block is at least
+    // one pointer in size.
+    static constexpr int kRecycleKinds = 5;
+    void* TakeRecycled(int kind) noexcept {
+        void* block = recycled_[kind];
+        if (block != nullptr) recycled_[kind] = *static_cast<void**>(block);
+        return block;
+    }
+    void Recycle(int kind, void* block) noexcept {
+        *static_cast<void**>(block) = recycled_[kind];
+        recycled_[kind] = block;
+    }
 
 private:
     struct SBlock;
@@ -48,6 +127,9 @@ private:
     SBlock* blocks_ = nullptr;      // blocks other than the one inside this object
     std::size_t nextBlockSize_ = 0;
     std::size_t records_ = 0;
+    std::size_t handles_ = 0;
+    std::size_t heapBlocks_ = 0;
+    void* recycled_[kRecycleKinds] = {};
 };
 
 }  // namespace ZEM

@@ -56,7 +56,8 @@ public:
     // used by the readers: it serves tools that report positions.
     std::int32_t SourceOffset() const noexcept;
 
-    // Building, for the parser.
+    // Building, for the parser. Strings handed over must come from malloc;
+    // the node takes them over, and frees them when it adds nothing.
     static XMLNode CreateNode(char* name, SXmlNodeData* parent, bool isDeclaration);
     XMLNode AddChild(char* name, bool isDeclaration);
     void AddAttribute(char* name, char* value);

@@ -1,0 +1,40 @@
+// Configuration documents of any size for the benchmarks: one library whose
+// beans element holds `beans` bean definitions, each with attributes, one or
+// two constructor arguments (a value, and for every other bean a reference to
+// the bean before it), and a property whose value holds entities. The text is
+// the same for the same count, so figures from different runs compare.
+#pragma once
+
+#include <string>
+
+inline std::string GenerateConfiguration(int beans) {
+    std::string out;
+    out.reserve(static_cast<std::size_t>(beans) * 560 + 512);
+    out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    out += "<!-- Generated configuration with " + std::to_string(beans) + " beans. -->\n";
+    out += "<zem>\n";
+    out += "  <library path=\"libservices.so\">\n";
+    out += "    <beans>\n";
+    for (int i = 0; i < beans; ++i) {
+        const std::string n = std::to_string(i);
+        out += "      <bean name=\"service" + n + "\" class=\"app::services::Service" + std::to_string(i % 97) +
+               "\" singleton=\"true\" lazy=\"" + (i % 10 == 0 ? "false" : "true") + "\" init-method=\"Start\">\n";
+        out += "        <constructor-arg>\n";
+        out += "          <argument><value type=\"int\">" + n + "</value></argument>\n";
+        if (i % 2 == 1) {
+            out += "          <argument><ref bean=\"service" + std::to_string(i - 1) + "\"/></argument>\n";
+        }
+        out += "        </constructor-arg>\n";
+        out += "        <properties>\n";
+        out += "          <property name=\"Description\">\n";
+        out += "            <value type=\"const char*\">Service " + n + " &amp; friends &lt;v" + n +
+               "&gt; &quot;default&quot;</value>\n";
+        out += "          </property>\n";
+        out += "        </properties>\n";
+        out += "      </bean>\n";
+    }
+    out += "    </beans>\n";
+    out += "  </library>\n";
+    out += "</zem>\n";
+    return out;
+}

@@ -1,0 +1,133 @@
+// Loading a document: the file is read whole, made UTF-8, parsed, and the
+// element asked for is handed back as the root. The outcome is a code with a
+// line and column; the configuration reader turns it into a message.
+#include "xml/xml_document.h"
+
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "platform/text.h"
+#include "platform/utf8.h"
+#include "xml/xml_parser.h"
+
+namespace ZEM {
+
+namespace {
+
+// Positions in the parser and in the tree are 32-bit signed.
+constexpr std::size_t kMaxTextSize = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - 4;
+
+XMLNode Fail(SXmlParseResult* result, std::uint32_t error) {
+    if (result != nullptr) *result = SXmlParseResult{error, 0, 0};
+    return XMLNode();
+}
+
+struct SFileCloser {
+    std::FILE* file;
+    ~SFileCloser() {
+        if (file != nullptr) std::fclose(file);
+    }
+};
+
+struct SBufferFree {
+    void operator()(unsigned char* buffer) const { std::free(buffer); }
+};
+
+}  // namespace
+
+XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* result) {
+    if (result != nullptr) result->line = result->column = 0;
+    if (path == nullptr) return Fail(result, XmlFileNotFound);
+    SFileCloser file{std::fopen(path, "rb")};
+    if (file.file == nullptr) return Fail(result, XmlFileNotFound);
+    // A directory opens for reading on Linux, but it has no content to give.
+    struct stat info {};
+    if (fstat(fileno(file.file), &info) != 0 || S_ISDIR(info.st_mode)) return Fail(result, XmlFileNotFound);
+
+    if (fseeko(file.file, 0, SEEK_END) != 0) return Fail(result, XmlFileNotFound);
+    const off_t end = ftello(file.file);
+    if (end < 0 || fseeko(file.file, 0, SEEK_SET) != 0) return Fail(result, XmlFileNotFound);
+    if (end == 0) return Fail(result, XmlEmptyFile);
+    if (static_cast<std::uintmax_t>(end) > kMaxTextSize) return Fail(result, XmlFileTooLarge);
+
+    const auto size = static_cast<std::size_t>(end);
+    std::unique_ptr<unsigned char, SBufferFree> buffer(static_cast<unsigned char*>(std::malloc(size + 4)));
+    if (buffer == nullptr) return Fail(result, XmlFileTooLarge);
+    const std::size_t read = std::fread(buffer.get(), 1, size, file.file);
+    if (read < size && std::ferror(file.file) != 0) return Fail(result, XmlFileNotFound);
+    std::fclose(file.file);
+    file.file = nullptr;
+    std::memset(buffer.get() + read, 0, 4);
+
+    const unsigned char* bytes = buffer.get();
+    if (platform::LooksLikeUtf16(bytes, read)) {
+        std::size_t skip = 0;
+        if (read >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xEF && bytes[1] == 0xFF))) skip = 2;
+        std::string converted;
+        try {
+            // The zero bytes behind the text end it, also after an odd byte.
+            platform::EncodeUtf16Le(bytes + skip, (read - skip + 1) / 2, converted);
+        } catch (const std::bad_alloc&) {
+            return Fail(result, XmlConversionFailed);
+        }
+        buffer.reset();
+        if (converted.size() > kMaxTextSize) return Fail(result, XmlFileTooLarge);
+        return ParseText(converted.c_str(), rootName, result);
+    }
+    if (read >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) bytes += 3;
+    return ParseText(reinterpret_cast<const char*>(bytes), rootName, result);
+}
+
+XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* result) {
+    if (text == nullptr) return Fail(result, XmlNoInput);
+
+    SXmlParseState state;
+    XMLNode current;
+    try {
+        XMLNode top = XMLNode::CreateNode(nullptr, nullptr, false);
+        state.text = text;
+        state.end = text + std::strlen(text);
+        state.cursor = text;
+        state.pendingText = text;
+        state.atStart = true;
+        state.arena = top.Data()->arena;
+        ParseElement(top.Data(), state);
+
+        if (top.ChildCount() == 0) state.error = XmlNoTagFound;
+        // A lone element at the top level is the document; the top node goes,
+        // the element lives on.
+        if (top.ChildCount() == 1 && top.TextCount() == 0 && top.ClearCount() == 0 && top.AttributeCount() == 0) {
+            current = top.ChildAtIndex(0);
+        } else {
+            current = std::move(top);
+        }
+    } catch (const std::bad_alloc&) {
+        return Fail(result, XmlFileTooLarge);
+    }
+
+    if (state.error > XmlNoTagFound) {
+        current = XMLNode();
+    } else if (rootName != nullptr && rootName[0] != '\0' &&
+               (current.Name() == nullptr || platform::CompareNoCase(current.Name(), rootName) != 0)) {
+        current = current.NextChild(rootName);
+        if (current.IsEmpty()) return Fail(result, XmlRootNotFound);
+    }
+
+    if (result != nullptr) {
+        *result = SXmlParseResult{state.error, 0, 0};
+        if (state.error != XmlNoError) {
+            const char* at = state.error == XmlMissingEndTag ? state.missingEndTag : state.cursor;
+            XmlLocate(text, at, result->line, result->column);
+        }
+    }
+    return current;
+}
+
+}  // namespace ZEM

@@ -1,0 +1,233 @@
+// XMLNode, the handle: sharing and releasing records, look-ups by name
+// ignoring case, the accessors for tools, and the building operations on
+// strings from malloc (the parser builds through xml_node_data.h directly).
+#include "xml/xml_node.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "platform/text.h"
+#include "xml/xml_node_data.h"
+
+namespace ZEM {
+
+namespace {
+
+using xml_detail::Release;
+using xml_detail::Retain;
+
+// Strings handed to the public building operations come from malloc; the tree
+// keeps its own copy in the arena.
+char* Adopt(CXmlArena* arena, char* text) {
+    if (text == nullptr) return nullptr;
+    struct SFree {
+        char* text;
+        ~SFree() { std::free(text); }
+    } owned{text};
+    return arena->CopyString(text, std::strlen(text));
+}
+
+std::size_t LengthOf(const char* name) { return name != nullptr ? std::strlen(name) : 0; }
+
+bool SameName(const char* stored, const char* wanted) {
+    return stored != nullptr && platform::CompareNoCase(stored, wanted) == 0;
+}
+
+const XMLNode kEmptyNode;
+
+}  // namespace
+
+XMLNode::XMLNode(const XMLNode& other) noexcept : data_(other.data_) {
+    if (data_ != nullptr) Retain(data_);
+}
+
+XMLNode::XMLNode(XMLNode&& other) noexcept : data_(other.data_) { other.data_ = nullptr; }
+
+XMLNode& XMLNode::operator=(const XMLNode& other) noexcept {
+    if (data_ == other.data_) return *this;
+    if (other.data_ != nullptr) Retain(other.data_);
+    if (data_ != nullptr) Release(data_);
+    data_ = other.data_;
+    return *this;
+}
+
+XMLNode& XMLNode::operator=(XMLNode&& other) noexcept {
+    if (this == &other) return *this;
+    SXmlNodeData* old = data_;
+    data_ = other.data_;
+    other.data_ = nullptr;
+    if (old != nullptr) Release(old);
+    return *this;
+}
+
+XMLNode::~XMLNode() {
+    if (data_ != nullptr) Release(data_);
+}
+
+const char* XMLNode::Name() const noexcept { return data_ != nullptr ? data_->name : nullptr; }
+
+int XMLNode::ChildCount(const char* name) const noexcept {
+    if (data_ == nullptr || name == nullptr) return 0;
+    int count = 0;
+    for (std::int32_t i = 0; i < data_->childCount; ++i) {
+        if (SameName(data_->children[i]->name, name)) ++count;
+    }
+    return count;
+}
+
+XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexcept {
+    if (data_ == nullptr || name == nullptr) return XMLNode();
+    std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
+    for (std::int32_t i = start; i < data_->childCount; ++i) {
+        SXmlNodeData* child = data_->children[i];
+        if (SameName(child->name, name)) {
+            if (position != nullptr) *position = i + 1;
+            Retain(child);
+            return XMLNode(child);
+        }
+    }
+    return XMLNode();
+}
+
+XMLNode XMLNode::ChildAt(const char* name, std::int32_t position) const noexcept {
+    if (data_ == nullptr || name == nullptr) return XMLNode();
+    SXmlNodeData* found = nullptr;
+    if (position < 0) {
+        for (std::int32_t i = data_->childCount - 1; i >= 0 && found == nullptr; --i) {
+            if (SameName(data_->children[i]->name, name)) found = data_->children[i];
+        }
+    } else {
+        for (std::int32_t i = 0; i < data_->childCount && found == nullptr; ++i) {
+            if (SameName(data_->children[i]->name, name) && position-- == 0) found = data_->children[i];
+        }
+    }
+    if (found == nullptr) return XMLNode();
+    Retain(found);
+    return XMLNode(found);
+}
+
+const char* XMLNode::AttributeValue(const char* name, std::int32_t* position) const noexcept {
+    if (data_ == nullptr || name == nullptr) return nullptr;
+    std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
+    for (std::int32_t i = start; i < data_->attributeCount; ++i) {
+        const SXmlAttribute& attribute = data_->attributes[i];
+        if (SameName(attribute.name, name)) {
+            if (position != nullptr) *position = i + 1;
+            return attribute.value;
+        }
+    }
+    return nullptr;
+}
+
+const char* XMLNode::Text(std::int32_t index) const noexcept {
+    if (data_ == nullptr || index < 0 || index >= data_->textCount) return nullptr;
+    return data_->texts[index];
+}
+
+int XMLNode::ChildCount() const noexcept { return data_ != nullptr ? data_->childCount : 0; }
+
+XMLNode XMLNode::ChildAtIndex(int index) const noexcept {
+    if (data_ == nullptr || index < 0 || index >= data_->childCount) return XMLNode();
+    Retain(data_->children[index]);
+    return XMLNode(data_->children[index]);
+}
+
+int XMLNode::AttributeCount() const noexcept { return data_ != nullptr ? data_->attributeCount : 0; }
+
+const char* XMLNode::AttributeNameAt(int index) const noexcept {
+    if (data_ == nullptr || index < 0 || index >= data_->attributeCount) return nullptr;
+    return data_->attributes[index].name;
+}
+
+const char* XMLNode::AttributeValueAt(int index) const noexcept {
+    if (data_ == nullptr || index < 0 || index >= data_->attributeCount) return nullptr;
+    return data_->attributes[index].value;
+}
+
+int XMLNode::TextCount() const noexcept { return data_ != nullptr ? data_->textCount : 0; }
+
+int XMLNode::ClearCount() const noexcept { return data_ != nullptr ? data_->clearCount : 0; }
+
+std::int32_t XMLNode::SourceOffset() const noexcept { return data_ != nullptr ? data_->sourceOffset : -1; }
+
+bool XMLNode::IsDeclaration() const noexcept { return data_ != nullptr && data_->isDeclaration; }
+
+XMLNode XMLNode::CreateNode(char* name, SXmlNodeData* parent, bool isDeclaration) {
+    if (parent != nullptr) {
+        char* copy = Adopt(parent->arena, name);
+        SXmlNodeData* node = xml_detail::NewRecord(parent->arena, copy, LengthOf(copy), parent, isDeclaration);
+        parent->arena->AddHandle();
+        return XMLNode(node);
+    }
+    CXmlArena* arena = nullptr;
+    try {
+        arena = CXmlArena::Create();
+        char* owned = name;
+        name = nullptr;
+        char* copy = Adopt(arena, owned);
+        SXmlNodeData* node = xml_detail::NewRecord(arena, copy, LengthOf(copy), nullptr, isDeclaration);
+        arena->AddHandle();
+        return XMLNode(node);
+    } catch (...) {
+        std::free(name);
+        if (arena != nullptr) arena->Destroy();  // no record lives in it yet
+        throw;
+    }
+}
+
+XMLNode XMLNode::AddChild(char* name, bool isDeclaration) {
+    if (data_ == nullptr || name == nullptr) {
+        std::free(name);
+        return XMLNode();
+    }
+    char* copy = Adopt(data_->arena, name);
+    SXmlNodeData* child = xml_detail::AppendChild(data_, copy, std::strlen(copy), isDeclaration);
+    Retain(child);
+    return XMLNode(child);
+}
+
+void XMLNode::AddAttribute(char* name, char* value) {
+    if (data_ == nullptr || name == nullptr) {
+        std::free(name);
+        std::free(value);
+        return;
+    }
+    char* nameCopy = nullptr;
+    try {
+        nameCopy = Adopt(data_->arena, name);
+    } catch (...) {
+        std::free(value);
+        throw;
+    }
+    char* valueCopy = Adopt(data_->arena, value);
+    xml_detail::AppendAttribute(data_, nameCopy, valueCopy);
+}
+
+void XMLNode::AddText(char* text) {
+    if (data_ == nullptr || text == nullptr) {
+        std::free(text);
+        return;
+    }
+    xml_detail::AppendText(data_, Adopt(data_->arena, text));
+}
+
+void XMLNode::AddClear(char* text, const SXmlClearMark* mark) {
+    if (data_ == nullptr || text == nullptr || mark == nullptr || text[0] == '\0') {
+        std::free(text);
+        return;
+    }
+    xml_detail::AppendClear(data_, Adopt(data_->arena, text), mark);
+}
+
+void XMLNode::RemoveClear(int index) {
+    if (data_ != nullptr) xml_detail::RemoveClearAt(data_, index);
+}
+
+void XMLNode::Shrink() {
+    if (data_ != nullptr) xml_detail::ShrinkRecord(data_);
+}
+
+const XMLNode& EmptyXmlNode() noexcept { return kEmptyNode; }
+
+}  // namespace ZEM

@@ -1,0 +1,213 @@
+// The slow paths of building a tree and its release: arrays that grow in
+// steps and are cut to their exact sizes when an element is finished, the
+// removal of clear entries, and the destruction of records whose count has
+// reached 0.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "xml/xml_node_data.h"
+
+namespace ZEM::xml_detail {
+
+namespace {
+
+// Beyond this an order entry (index * 4 + kind) would not fit in 32 bits.
+constexpr std::int32_t kMaxEntries = (std::numeric_limits<std::int32_t>::max() / 4) - kXmlOrderStep;
+
+SXmlGrowing* HeaderOf(void* array) { return static_cast<SXmlGrowing*>(array) - 1; }
+
+void LetGo(CXmlArena* arena, int kind, SXmlGrowing* header) noexcept {
+    if (header->recycled != 0) {
+        arena->Recycle(kind, header);
+    } else {
+        std::free(header);
+        arena->DropHeapBlock();
+    }
+}
+
+// Copies a growing array into its place in the exact block, and lets the
+// growing one go.
+template <class T>
+void SettleArray(SXmlNodeData* node, T*& array, std::int32_t count, int kind, char*& place) {
+    const auto bit = static_cast<std::uint8_t>(1u << kind);
+    if ((node->heapArrays & bit) == 0) return;
+    T* exact = nullptr;
+    if (count != 0) {
+        exact = reinterpret_cast<T*>(place);
+        XmlCopyBytes(exact, array, static_cast<std::size_t>(count) * sizeof(T));
+        place += static_cast<std::size_t>(count) * sizeof(T);
+    }
+    LetGo(node->arena, kind, HeaderOf(array));
+    array = exact;
+    node->heapArrays &= static_cast<std::uint8_t>(~bit);
+}
+
+template <class T>
+std::size_t GrowingBytes(const SXmlNodeData* node, std::int32_t count, int kind) {
+    return (node->heapArrays & (1u << kind)) != 0 ? static_cast<std::size_t>(count) * sizeof(T) : 0;
+}
+
+void FreeGrowing(SXmlNodeData* node, void* array, int kind) noexcept {
+    if ((node->heapArrays & (1u << kind)) != 0) LetGo(node->arena, kind, HeaderOf(array));
+}
+
+void FreeHeapArrays(SXmlNodeData* node) noexcept {
+    FreeGrowing(node, node->children, XmlArrayChildren);
+    FreeGrowing(node, node->texts, XmlArrayTexts);
+    FreeGrowing(node, node->clears, XmlArrayClears);
+    FreeGrowing(node, node->attributes, XmlArrayAttributes);
+    FreeGrowing(node, node->order, XmlArrayOrder);
+}
+
+// Removes the order entry `index * 4 + kind` and lowers the index of every
+// later entry of that kind. `entries` is the count before the removal.
+void RemoveOrder(SXmlNodeData* node, std::int32_t entries, std::int32_t index, std::uint32_t kind) {
+    const std::uint32_t wanted = static_cast<std::uint32_t>(index) * 4 + kind;
+    std::int32_t at = entries - 1;
+    while (at >= 0 && node->order[at] != wanted) --at;
+    if (at < 0) return;
+    for (std::int32_t i = at + 1; i < entries; ++i) {
+        const std::uint32_t entry = node->order[i];
+        node->order[i - 1] = (entry & 3) == kind ? entry - 4 : entry;
+    }
+}
+
+// Step 1 of the release: the record leaves the children of its living parent.
+void LeaveParent(SXmlNodeData* node) noexcept {
+    SXmlNodeData* parent = node->parent;
+    std::int32_t at = parent->childCount - 1;
+    while (at >= 0 && parent->children[at] != node) --at;
+    if (at < 0) return;
+    const std::int32_t entries = OrderCount(parent);
+    std::memmove(parent->children + at, parent->children + at + 1,
+                 static_cast<std::size_t>(parent->childCount - at - 1) * sizeof(SXmlNodeData*));
+    --parent->childCount;
+    RemoveOrder(parent, entries, at, XmlOrderChild);
+}
+
+}  // namespace
+
+void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, std::size_t entrySize) {
+    const int step = kind == XmlArrayOrder ? kXmlOrderStep : kXmlArrayStep;
+    const auto bit = static_cast<std::uint8_t>(1u << kind);
+    if (count >= kMaxEntries) throw std::bad_alloc();
+    CXmlArena* arena = node->arena;
+
+    if ((node->heapArrays & bit) != 0) {
+        SXmlGrowing* header = HeaderOf(array);
+        const std::int32_t capacity = count + step;
+        if (capacity <= header->reserved) {
+            header->capacity = capacity;
+            return array;
+        }
+        // The block is replaced by one with room for twice the entries, so
+        // that an element with a great many children isn't copied over and
+        // over, once per step.
+        const std::int32_t reserved = std::max(capacity, std::min(count * 2, kMaxEntries + step));
+        const std::size_t bytes = sizeof(SXmlGrowing) + static_cast<std::size_t>(reserved) * entrySize;
+        SXmlGrowing* grown;
+        if (header->recycled != 0) {
+            grown = static_cast<SXmlGrowing*>(std::malloc(bytes));
+            if (grown == nullptr) throw std::bad_alloc();
+            std::memcpy(grown + 1, array, static_cast<std::size_t>(count) * entrySize);
+            arena->Recycle(kind, header);
+            arena->AddHeapBlock();
+        } else {
+            grown = static_cast<SXmlGrowing*>(std::realloc(header, bytes));
+            if (grown == nullptr) throw std::bad_alloc();
+        }
+        grown->capacity = capacity;
+        grown->reserved = reserved;
+        grown->recycled = 0;
+        return grown + 1;
+    }
+
+    const auto capacity = static_cast<std::int32_t>((count / step + 1) * step);
+    const std::size_t bytes = sizeof(SXmlGrowing) + static_cast<std::size_t>(capacity) * entrySize;
+    SXmlGrowing* header;
+    if (capacity == step) {
+        header = static_cast<SXmlGrowing*>(arena->TakeRecycled(kind));
+        if (header == nullptr) header = static_cast<SXmlGrowing*>(arena->Allocate(bytes));
+        header->recycled = 1;
+    } else {
+        header = static_cast<SXmlGrowing*>(std::malloc(bytes));
+        if (header == nullptr) throw std::bad_alloc();
+        header->recycled = 0;
+        arena->AddHeapBlock();
+    }
+    header->capacity = capacity;
+    header->reserved = capacity;
+    if (count != 0) XmlCopyBytes(header + 1, array, static_cast<std::size_t>(count) * entrySize);
+    node->heapArrays |= bit;
+    return header + 1;
+}
+
+void ShrinkArrays(SXmlNodeData* node) {
+    // One block for all of them; the order array, of 4-byte entries, last.
+    const std::size_t bytes = GrowingBytes<SXmlNodeData*>(node, node->childCount, XmlArrayChildren) +
+                              GrowingBytes<char*>(node, node->textCount, XmlArrayTexts) +
+                              GrowingBytes<SXmlClear>(node, node->clearCount, XmlArrayClears) +
+                              GrowingBytes<SXmlAttribute>(node, node->attributeCount, XmlArrayAttributes) +
+                              GrowingBytes<std::uint32_t>(node, OrderCount(node), XmlArrayOrder);
+    char* place = bytes != 0 ? static_cast<char*>(node->arena->Allocate(bytes)) : nullptr;
+    SettleArray(node, node->children, node->childCount, XmlArrayChildren, place);
+    SettleArray(node, node->texts, node->textCount, XmlArrayTexts, place);
+    SettleArray(node, node->clears, node->clearCount, XmlArrayClears, place);
+    SettleArray(node, node->attributes, node->attributeCount, XmlArrayAttributes, place);
+    SettleArray(node, node->order, OrderCount(node), XmlArrayOrder, place);
+}
+
+void AppendClear(SXmlNodeData* node, char* text, const SXmlClearMark* mark) {
+    MakeRoom(node, node->clears, node->clearCount, XmlArrayClears);
+    MakeRoom(node, node->order, OrderCount(node), XmlArrayOrder);
+    node->order[OrderCount(node)] = static_cast<std::uint32_t>(node->clearCount) * 4 + XmlOrderClear;
+    node->clears[node->clearCount++] = SXmlClear{text, mark->open, mark->close};
+}
+
+void RemoveClearAt(SXmlNodeData* node, int index) {
+    if (index < 0 || index >= node->clearCount) return;
+    // The text stays in the arena until the tree goes.
+    const std::int32_t entries = OrderCount(node);
+    std::memmove(node->clears + index, node->clears + index + 1,
+                 static_cast<std::size_t>(node->clearCount - index - 1) * sizeof(SXmlClear));
+    --node->clearCount;
+    RemoveOrder(node, entries, index, XmlOrderClear);
+}
+
+void Release(SXmlNodeData* node) noexcept {
+    CXmlArena* arena = node->arena;
+    arena->DropHandle();
+    if (--node->refCount > 0) return;
+    if (node->parent == nullptr && arena->Handles() == 0 && arena->HeapBlocks() == 0) {
+        // No handle is left on any record of the tree, so every record still
+        // alive hangs below this one and goes with it: the arena goes whole.
+        arena->Destroy();
+        return;
+    }
+    if (node->parent != nullptr) LeaveParent(node);
+    // Records to destroy are chained through `parent`, which a dead record no
+    // longer needs; this keeps the release of a deep tree off the stack.
+    node->parent = nullptr;
+    SXmlNodeData* pending = node;
+    while (pending != nullptr) {
+        SXmlNodeData* dead = pending;
+        pending = dead->parent;
+        for (std::int32_t i = 0; i < dead->childCount; ++i) {
+            SXmlNodeData* child = dead->children[i];
+            child->parent = nullptr;
+            if (--child->refCount == 0) {
+                child->parent = pending;
+                pending = child;
+            }
+        }
+        FreeHeapArrays(dead);
+        // Strings and the record itself belong to the arena, which lets go of
+        // its blocks with its last record.
+        dead->arena->ReleaseRecord();
+    }
+}
+
+}  // namespace ZEM::xml_detail

@@ -1,0 +1,178 @@
+// The record behind an XMLNode, and the building steps that the parser uses
+// on it directly. Only the node model and the parser include this header.
+//
+// All memory of a tree (records, strings, finished arrays) comes from one
+// CXmlArena. While an element is being built its arrays grow in fixed steps,
+// the first step in a block that the arena recycles from element to element,
+// later ones on the heap; when the element is finished they move into the
+// arena at their exact sizes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "xml/xml_arena.h"
+#include "xml/xml_node.h"
+
+namespace ZEM {
+
+struct SXmlAttribute {
+    char* name;
+    char* value;  // null: written without '='
+};
+
+struct SXmlClear {
+    char* text;           // never empty
+    const char* openTag;  // both point into the clear table, not owned
+    const char* closeTag;
+};
+
+// Kinds of an `order` entry; the entry is index * 4 + kind.
+enum EXmlOrderKind : std::uint32_t {
+    XmlOrderChild = 0,
+    XmlOrderText = 2,
+    XmlOrderClear = 3,
+};
+
+constexpr int kXmlArrayStep = 50;
+constexpr int kXmlOrderStep = 150;
+
+struct SXmlNodeData {
+    char* name;  // null for the document's top node
+    std::int32_t childCount;
+    std::int32_t textCount;
+    std::int32_t clearCount;
+    std::int32_t attributeCount;
+    bool isDeclaration;
+    // One bit per array (children, texts, clears, attributes, order, from bit
+    // 0): set while the array is still growing, behind a header of its own.
+    std::uint8_t heapArrays;
+    std::uint32_t nameLength;  // of `name`, for matching end tags
+    SXmlNodeData* parent;     // not counted; null for a top node and once the parent is gone
+    SXmlNodeData** children;  // each entry holds one reference
+    char** texts;
+    SXmlClear* clears;
+    SXmlAttribute* attributes;
+    std::uint32_t* order;
+    std::int32_t refCount;
+    std::int32_t sourceOffset;  // of the element's '<'; -1 if unknown
+    CXmlArena* arena;
+};
+
+namespace xml_detail {
+
+// The arrays of a record, in the order of their bits in heapArrays.
+enum EXmlArrayKind { XmlArrayChildren, XmlArrayTexts, XmlArrayClears, XmlArrayAttributes, XmlArrayOrder };
+
+// The header in front of a growing array. Its first step comes from the
+// arena's recycled blocks (an element that finishes gives its blocks back for
+// the next one), anything larger from the heap.
+struct SXmlGrowing {
+    std::int32_t capacity;  // entries the array may hold: the step count, rounded up
+    std::int32_t reserved;  // entries the block behind it has room for
+    std::int32_t recycled;  // 1: a first-step block of the arena
+    std::int32_t unused;
+};
+
+// Room for one more entry in array `kind`, which has none: a growing array
+// gets a step more (50, 150 for order); a finished one, exact in the arena,
+// or none at all starts to grow again. Returns the array. Throws
+// std::bad_alloc and leaves the array as it was when memory runs out.
+void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, std::size_t entrySize);
+
+template <class T>
+[[gnu::always_inline]] inline void MakeRoom(SXmlNodeData* node, T*& array, std::int32_t count, int kind) {
+    const auto bit = static_cast<std::uint8_t>(1u << kind);
+    if ((node->heapArrays & bit) != 0) {
+        if (count < (reinterpret_cast<SXmlGrowing*>(array) - 1)->capacity) return;
+    } else if (count == 0) {
+        // The usual start: the first step in a block that a finished element gave back.
+        if (void* block = node->arena->TakeRecycled(kind)) {
+            auto* header = static_cast<SXmlGrowing*>(block);
+            header->capacity = header->reserved = kind == XmlArrayOrder ? kXmlOrderStep : kXmlArrayStep;
+            header->recycled = 1;
+            array = reinterpret_cast<T*>(header + 1);
+            node->heapArrays |= bit;
+            return;
+        }
+    }
+    array = static_cast<T*>(GrowArray(node, array, count, kind, sizeof(T)));
+}
+
+inline std::int32_t OrderCount(const SXmlNodeData* node) {
+    return node->childCount + node->textCount + node->clearCount;
+}
+
+// A new record with refCount 1, in `arena`. `name`, of `nameLength` bytes,
+// must already live there (or be null). The record isn't added to the
+// parent's children, and its one reference isn't a handle yet (AppendChild
+// gives it to the parent's array).
+inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, std::size_t nameLength, SXmlNodeData* parent,
+                               bool isDeclaration) {
+    auto* node = static_cast<SXmlNodeData*>(arena->Allocate(sizeof(SXmlNodeData)));
+    // Field by field: cheaper than clearing the record first.
+    node->name = name;
+    node->childCount = 0;
+    node->textCount = 0;
+    node->clearCount = 0;
+    node->attributeCount = 0;
+    node->isDeclaration = isDeclaration;
+    node->heapArrays = 0;
+    node->nameLength = static_cast<std::uint32_t>(nameLength);
+    node->parent = parent;
+    node->children = nullptr;
+    node->texts = nullptr;
+    node->clears = nullptr;
+    node->attributes = nullptr;
+    node->order = nullptr;
+    node->refCount = 1;
+    node->sourceOffset = -1;
+    node->arena = arena;
+    arena->AddRecord();
+    return node;
+}
+
+// Appends; the strings must live in the node's arena. Throw std::bad_alloc
+// and leave the node unchanged when memory runs out.
+inline SXmlNodeData* AppendChild(SXmlNodeData* node, char* name, std::size_t nameLength, bool isDeclaration) {
+    MakeRoom(node, node->children, node->childCount, XmlArrayChildren);
+    MakeRoom(node, node->order, OrderCount(node), XmlArrayOrder);
+    SXmlNodeData* child = NewRecord(node->arena, name, nameLength, node, isDeclaration);
+    node->order[OrderCount(node)] = static_cast<std::uint32_t>(node->childCount) * 4 + XmlOrderChild;
+    node->children[node->childCount++] = child;
+    return child;
+}
+
+inline void AppendAttribute(SXmlNodeData* node, char* name, char* value) {
+    MakeRoom(node, node->attributes, node->attributeCount, XmlArrayAttributes);
+    node->attributes[node->attributeCount++] = SXmlAttribute{name, value};
+}
+
+inline void AppendText(SXmlNodeData* node, char* text) {
+    MakeRoom(node, node->texts, node->textCount, XmlArrayTexts);
+    MakeRoom(node, node->order, OrderCount(node), XmlArrayOrder);
+    node->order[OrderCount(node)] = static_cast<std::uint32_t>(node->textCount) * 4 + XmlOrderText;
+    node->texts[node->textCount++] = text;
+}
+
+void AppendClear(SXmlNodeData* node, char* text, const SXmlClearMark* mark);
+void RemoveClearAt(SXmlNodeData* node, int index);
+
+// Moves the growing arrays into the arena at their exact sizes.
+void ShrinkArrays(SXmlNodeData* node);
+inline void ShrinkRecord(SXmlNodeData* node) {
+    if (node->heapArrays != 0) ShrinkArrays(node);
+}
+
+// A handle more on the record.
+inline void Retain(SXmlNodeData* node) noexcept {
+    ++node->refCount;
+    node->arena->AddHandle();
+}
+// A handle less: lowers the count and destroys the record, and children left
+// without a reference, when it reaches 0.
+void Release(SXmlNodeData* node) noexcept;
+
+}  // namespace xml_detail
+
+}  // namespace ZEM

@@ -1,0 +1,416 @@
+// The element parser: one call per element, reading its start tag and then
+// its content up to the end tag. Only what goes into the tree is copied,
+// straight into the tree's arena. Names compare without regard to ASCII case,
+// clear marks exactly; quotes, '=' and a lone '>' outside a tag are text.
+#include "xml/xml_parser.h"
+
+#include <cstring>
+
+#include "xml/xml_document.h"
+#include "xml/xml_entities.h"
+#include "xml/xml_tokenizer.h"
+
+namespace ZEM {
+
+namespace {
+
+using namespace xml_detail;
+
+// The name of `node` matches a name of `length` bytes in the input when it
+// equals the input's start, ignoring case, and the input's name ends right
+// there (at white space, '/', '<', '=' or '>').
+inline bool NameMatches(const SXmlNodeData* node, const char* other, std::size_t length) {
+    const char* stored = node->name;
+    if (stored == nullptr || node->nameLength > length) return false;
+    const std::size_t count = node->nameLength;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (stored[i] != other[i] && XmlLower(stored[i]) != XmlLower(other[i])) return false;
+    }
+    const char next = other[count];
+    return IsXmlSpace(next) || next == '/' || next == '<' || next == '=' || next == '>';
+}
+
+// A decoded copy in the arena, or null with the error set.
+char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
+    const std::size_t room = length + kXmlDecodeSlack + 1;
+    auto* copy = static_cast<char*>(state.arena->Allocate(room, 1));
+    const std::ptrdiff_t size = XmlDecode(text, length, state.end, copy, state.error);
+    if (size < 0) return nullptr;
+    copy[size] = '\0';
+    state.arena->TrimLast(copy, room, static_cast<std::size_t>(size) + 1);
+    return copy;
+}
+
+inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClearMarks[XmlClearComment].open; }
+
+// Appends decoded text to the node's text `index`. A text that comments are
+// merged into grows geometrically, so that a long run of "x<!-- -->" stays
+// linear.
+bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std::size_t length,
+                  SXmlParseState& state) {
+    char* target = node->texts[index];
+    const bool growing = target == state.growingText;
+    const std::size_t had = growing ? state.growingLength : std::strlen(target);
+    std::size_t capacity = growing ? state.growingCapacity : had + 1;
+    const std::size_t needed = had + length + kXmlDecodeSlack + 1;
+    if (needed > capacity) {
+        capacity = needed * 2;
+        auto* grown = static_cast<char*>(state.arena->Allocate(capacity, 1));
+        std::memcpy(grown, target, had);
+        target = grown;
+    }
+    const std::ptrdiff_t size = XmlDecode(text, length, state.end, target + had, state.error);
+    if (size < 0) return false;
+    target[had + static_cast<std::size_t>(size)] = '\0';
+    node->texts[index] = target;
+    state.growingText = target;
+    state.growingLength = had + static_cast<std::size_t>(size);
+    state.growingCapacity = capacity;
+    return true;
+}
+
+// Stores the pending text up to `end`: trimmed, decoded, and joined to the
+// text before a comment that stands last in the node.
+[[gnu::noinline]] bool StorePendingTextNow(SXmlNodeData* node, SXmlParseState& state, const char* end) {
+    const char* p = state.pendingText;
+    state.pendingText = nullptr;
+    while (p < end && IsXmlSpace(*p)) ++p;
+    if (p == end) return true;
+    while (IsXmlSpace(end[-1])) --end;
+    const auto length = static_cast<std::size_t>(end - p);
+
+    const std::int32_t entries = node->childCount + node->textCount + node->clearCount;
+    if (node->textCount > 0 && node->clearCount > 0) {
+        const std::uint32_t last = node->order[entries - 1];
+        const std::uint32_t before = node->order[entries - 2];
+        if ((last & 3) == XmlOrderClear && IsComment(node->clears[last >> 2]) && (before & 3) == XmlOrderText) {
+            // A text that fails to decode leaves the comment where it is.
+            const std::size_t room = length + kXmlDecodeSlack;
+            auto* scratch = static_cast<char*>(state.arena->Allocate(room, 1));
+            const bool valid = XmlDecode(p, length, state.end, scratch, state.error) >= 0;
+            state.arena->TrimLast(scratch, room, 0);
+            if (!valid) return false;
+            RemoveClearAt(node, static_cast<int>(last >> 2));
+            return AppendToText(node, static_cast<std::int32_t>(before >> 2), p, length, state);
+        }
+    }
+    char* text = DecodeCopy(p, length, state);
+    if (text == nullptr) return false;
+    AppendText(node, text);
+    return true;
+}
+
+inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const char* end) {
+    return state.pendingText == nullptr || StorePendingTextNow(node, state, end);
+}
+
+// Name and decoded value, in one piece of the arena.
+[[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
+                                      std::size_t nameLength, const SXmlToken& value) {
+    const char* text = value.start;
+    std::size_t length = value.length;
+    if (node->isDeclaration && text[length - 1] == '?') --length;
+    if (value.kind == TokenQuoted) {
+        ++text;
+        length -= 2;
+    }
+    const std::size_t room = nameLength + 1 + length + kXmlDecodeSlack + 1;
+    auto* copy = static_cast<char*>(state.arena->Allocate(room, 1));
+    XmlCopyBytes(copy, name, nameLength);
+    copy[nameLength] = '\0';
+    char* decoded = copy + nameLength + 1;
+    const std::ptrdiff_t size = XmlDecode(text, length, state.end, decoded, state.error);
+    if (size < 0) return false;
+    decoded[size] = '\0';
+    state.arena->TrimLast(copy, room, nameLength + 1 + static_cast<std::size_t>(size) + 1);
+    AppendAttribute(node, copy, decoded);
+    return true;
+}
+
+[[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
+                                          std::size_t nameLength) {
+    AppendAttribute(node, state.arena->CopyString(name, nameLength), nullptr);
+}
+
+// The section behind an open mark, as a clear entry unless it is empty.
+[[gnu::noinline]] bool ReadClear(SXmlNodeData* node, SXmlParseState& state, const SXmlClearMark* mark) {
+    const char* start = state.cursor;
+    const char* close = nullptr;
+    if (mark == &kXmlClearMarks[XmlClearDoctype]) {
+        const char* p = start;
+        while (*p != '\0' && *p != '>' && *p != '<') p = XmlNextChar(p);
+        if (*p == '>') {
+            close = p;
+        } else if (*p == '<') {
+            mark = &kXmlDoctypeSubsetMark;  // an internal subset ends at "]>"
+            close = std::strstr(start, mark->close);
+        }
+    } else {
+        close = std::strstr(start, mark->close);
+    }
+    if (close == nullptr) {
+        state.error = XmlUnterminatedClear;
+        return false;
+    }
+    state.cursor = close + std::strlen(mark->close);
+    if (close != start) AppendClear(node, state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
+    state.pendingText = state.cursor;
+    return true;
+}
+
+[[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
+                                          const SXmlToken& name) {
+    SXmlNodeData* child =
+        AppendChild(node, state.arena->CopyString(name.start, name.length), name.length, tag.kind == TokenDeclarationStart);
+    const std::ptrdiff_t offset = tag.start - state.text;
+    child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
+    return child;
+}
+
+// A byte that can only begin a text token, one byte wide.
+inline bool IsPlainStart(char c) { return kXmlClasses[static_cast<unsigned char>(c)] == 0; }
+
+// The first '<' or the terminating zero from `p` on that begins a character.
+inline const char* FindMark(const char* p, const char* textEnd) {
+    for (;;) {
+        p = xml_scan::SkipToMark(p, textEnd);
+        const char c = *p;
+        if (c == '<' || c == '\0') return p;
+        p = XmlNextChar(p);
+    }
+}
+
+enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
+
+// The attributes of a start tag, up to its '>' (open) or '/>' (closed). The
+// cursor stays in a register here; the caller hands it back to the state.
+[[gnu::always_inline]] inline EStartTag ReadStartTag(SXmlNodeData* node, SXmlParseState& state, const char*& cursor) {
+    const char* const textEnd = state.end;
+    for (;;) {
+        // Expecting a name; most often a plain character begins it.
+        const char* at = cursor;
+        if (IsXmlSpace(*at)) ++at;
+        SXmlToken token = IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
+        if (token.kind == TokenTagClose || token.kind == TokenShortClose) {
+            state.pendingText = cursor;
+            return token.kind == TokenTagClose ? StartTagOpen : StartTagClosed;
+        }
+        if (token.kind == TokenEnd) return StartTagAtEnd;
+        if (token.kind != TokenText) {
+            state.error = XmlUnexpectedToken;
+            return StartTagFailed;
+        }
+        const char* name = token.start;
+        std::size_t nameLength = token.length;
+
+        // Expecting '='; a name that another follows had no value.
+        for (;;) {
+            if (*cursor == '=') {
+                ++cursor;
+                break;
+            }
+            token = NextXmlToken(cursor, textEnd);
+            if (token.kind == TokenEquals) break;
+            if (token.kind == TokenText) {
+                StoreBareAttribute(node, state, name, nameLength);
+                name = token.start;
+                nameLength = token.length;
+                continue;
+            }
+            if (token.kind == TokenTagClose || token.kind == TokenShortClose) {
+                state.pendingText = cursor;
+                bool closes = token.kind == TokenShortClose;
+                // The "?" of a declaration's "?>". At the top level the
+                // declaration stays open and holds the rest of the document.
+                if (node->isDeclaration && name[nameLength - 1] == '?') {
+                    --nameLength;
+                    if (node->parent != nullptr && node->parent->parent != nullptr) closes = true;
+                }
+                if (nameLength != 0) StoreBareAttribute(node, state, name, nameLength);
+                return closes ? StartTagClosed : StartTagOpen;
+            }
+            if (token.kind == TokenEnd) return StartTagAtEnd;
+            state.error = XmlUnexpectedToken;
+            return StartTagFailed;
+        }
+
+        // Expecting a value.
+        const char c = *cursor;
+        token = c == '"' || c == '\'' ? ScanXmlQuoted(cursor, textEnd, cursor) : NextXmlToken(cursor, textEnd);
+        if (token.kind == TokenEnd) return StartTagAtEnd;
+        if (token.kind != TokenText && token.kind != TokenQuoted) {
+            state.error = XmlUnexpectedToken;
+            return StartTagFailed;
+        }
+        if (!StoreAttribute(node, state, name, nameLength, token)) return StartTagFailed;
+    }
+}
+
+// The text ended inside `node`.
+[[gnu::noinline]] bool EndOfText(SXmlNodeData* node, SXmlParseState& state) {
+    if (!node->isDeclaration && node->parent != nullptr) {
+        state.error = XmlMissingEndTag;
+        state.missingEndTag = state.cursor;
+    }
+    StorePendingText(node, state, state.cursor);
+    ShrinkRecord(node);
+    return false;
+}
+
+}  // namespace
+
+const SXmlClearMark kXmlClearMarks[4] = {
+    {"<![CDATA[", 9, "]]>"},
+    {"<!DOCTYPE", 9, ">"},
+    {"<!--", 4, "-->"},
+    {"<PRE>", 5, "</PRE>"},
+};
+
+const SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
+
+char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state) {
+    return DecodeCopy(text, length, state);
+}
+
+bool ParseElement(SXmlNodeData* node, SXmlParseState& state) {
+    // state.cursor is brought up to date before anything that reads it, and
+    // before every return.
+    const char* cursor = state.cursor;
+    const char* const textEnd = state.end;
+    if (state.atStart) {
+        state.atStart = false;  // the top level: no start tag to read
+    } else {
+        const EStartTag end = ReadStartTag(node, state, cursor);
+        state.cursor = cursor;
+        switch (end) {
+            case StartTagOpen:
+                break;
+            case StartTagClosed:
+                ShrinkRecord(node);
+                return true;
+            case StartTagFailed:
+                return false;
+            case StartTagAtEnd:
+                return EndOfText(node, state);
+        }
+    }
+
+    // The content. Outside a tag only a '<' and the end of the text count;
+    // everything else (words, quotes, '=', '>') is pending text. Every token
+    // there ends before a '<' that begins a character, so the search for the
+    // next one can skip the tokens.
+    for (;;) {
+        const char* before = cursor;
+        const char* at = xml_scan::SkipSpaces(cursor, textEnd);
+        while (IsXmlSpace(*at)) ++at;
+        if (*at != '<' && *at != '\0') {
+            at = FindMark(at, textEnd);
+        } else if (state.pendingText == before) {
+            state.pendingText = nullptr;  // only white space since the last tag: nothing to store
+        }
+        SXmlToken token;
+        if (at[0] == '<' && IsPlainStart(at[1]) && at[1] != '!' && at[1] != '?' && at[1] != 'P') {
+            // The usual: a start tag with its name right behind the '<'.
+            cursor = at + 1;
+            token = SXmlToken{TokenTagStart, at, 1, nullptr};
+        } else {
+            cursor = at;
+            token = NextXmlToken(cursor, textEnd);
+        }
+        switch (token.kind) {
+            case TokenEnd:
+                state.cursor = cursor;
+                return EndOfText(node, state);
+
+            case TokenTagStart:
+            case TokenDeclarationStart: {
+                if (!StorePendingText(node, state, token.start)) {
+                    state.cursor = cursor;
+                    return false;
+                }
+                at = cursor;
+                const SXmlToken name =
+                    IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
+                state.cursor = cursor;
+                if (name.kind != TokenText) {
+                    state.error = XmlMissingTagName;
+                    return false;
+                }
+                if (state.depth >= kXmlMaxDepth) {
+                    state.error = XmlTooDeep;
+                    state.cursor = token.start;
+                    return false;
+                }
+                SXmlNodeData* child = OpenChild(node, state, token, name);
+                ++state.depth;
+                const bool complete = ParseElement(child, state);
+                --state.depth;
+                cursor = state.cursor;
+                if (!complete) return false;
+                if (state.endTagLength != 0) {
+                    // An end tag that didn't match closes every element up
+                    // to the one it names; the top node has none to offer.
+                    if (node->name == nullptr) {
+                        state.error = XmlUnmatchedEndTag;
+                        return false;
+                    }
+                    if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;
+                    ShrinkRecord(node);
+                    return true;
+                }
+                break;
+            }
+
+            case TokenTagEnd: {
+                if (!StorePendingText(node, state, token.start)) {
+                    state.cursor = cursor;
+                    return false;
+                }
+                const SXmlToken name = NextXmlToken(cursor, textEnd);
+                const bool closed = name.kind == TokenText && NextXmlToken(cursor, textEnd).kind == TokenTagClose;
+                state.cursor = cursor;
+                if (!closed) {
+                    state.error = XmlMissingEndTagName;
+                    return false;
+                }
+                state.pendingText = cursor;
+                if (!NameMatches(node, name.start, name.length)) {
+                    state.error = XmlMissingEndTag;
+                    state.missingEndTag = cursor;
+                    state.endTag = name.start;
+                    state.endTagLength = static_cast<std::uint32_t>(name.length);
+                }
+                ShrinkRecord(node);
+                return true;
+            }
+
+            case TokenClear: {
+                state.cursor = cursor;
+                if (!StorePendingText(node, state, token.start)) return false;
+                const bool read = ReadClear(node, state, token.mark);
+                cursor = state.cursor;
+                if (!read) return false;
+                break;
+            }
+
+            default:
+                break;  // not reached: only marks begin with '<'
+        }
+    }
+}
+
+void XmlLocate(const char* text, const char* target, std::int32_t& line, std::int32_t& column) noexcept {
+    std::int64_t lines = 1, columns = 1;
+    for (const char* p = text; p < target && *p != '\0'; p = XmlNextChar(p)) {
+        if (*p == '\n') {
+            ++lines;
+            columns = 1;
+        } else {
+            ++columns;
+        }
+    }
+    line = static_cast<std::int32_t>(lines < INT32_MAX ? lines : INT32_MAX);
+    column = static_cast<std::int32_t>(columns < INT32_MAX ? columns : INT32_MAX);
+}
+
+}  // namespace ZEM

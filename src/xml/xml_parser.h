@@ -1,0 +1,76 @@
+// The forgiving single-pass parser behind ParseText: it turns zero-terminated
+// UTF-8 into a tree of node records, one level of recursion per element. It
+// never throws a parse error: it leaves a code in its state and unwinds by
+// returning false. ParseText (xml_document.cpp) is its one caller.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "xml/xml_node_data.h"
+
+namespace ZEM {
+
+// Width in bytes of the character that a byte begins: 0 for the terminating
+// zero, 2 to 4 for the lead bytes of UTF-8, 1 for everything else. The parser
+// steps by this table, so the bytes of a multi-byte character are never taken
+// for delimiters.
+constexpr std::array<std::uint8_t, 256> MakeXmlCharWidths() {
+    std::array<std::uint8_t, 256> widths{};
+    for (int c = 1; c < 256; ++c) {
+        widths[c] = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 1;
+    }
+    return widths;
+}
+inline constexpr std::array<std::uint8_t, 256> kXmlCharWidth = MakeXmlCharWidths();
+
+// The character after the one at `p`; a truncated character at the end of the
+// text stops at the terminating zero instead of stepping over it.
+inline const char* XmlNextChar(const char* p) noexcept {
+    unsigned width = kXmlCharWidth[static_cast<unsigned char>(*p)];
+    if (width <= 1) return p + width;
+    unsigned step = 1;
+    while (step < width && p[step] != '\0') ++step;
+    return p + step;
+}
+
+// The clear marks, in the order in which they are tried.
+enum EXmlClearKind { XmlClearCdata, XmlClearDoctype, XmlClearComment, XmlClearPre };
+extern const SXmlClearMark kXmlClearMarks[4];
+// A DOCTYPE with an internal subset ends at "]>" instead of ">".
+extern const SXmlClearMark kXmlDoctypeSubsetMark;
+
+struct SXmlParseState {
+    const char* text = nullptr;         // the whole input
+    const char* end = nullptr;          // its terminating zero
+    const char* pendingText = nullptr;  // start of the text not yet stored; null if none
+    const char* cursor = nullptr;       // the next byte to read
+    const char* missingEndTag = nullptr;  // where an end tag was found missing
+    std::uint32_t error = 0;
+    const char* endTag = nullptr;       // an end tag's name, in the input, looking for its element
+    std::uint32_t endTagLength = 0;     // 0 when no end tag is looking
+    bool atStart = false;               // the next ParseElement reads the top level
+    int depth = 0;                      // elements open below the top node
+    CXmlArena* arena = nullptr;         // where decoded strings go
+    // A text that comments have been merged into grows geometrically, so that
+    // a long run of "x<!-- -->" stays linear.
+    char* growingText = nullptr;
+    std::size_t growingLength = 0;
+    std::size_t growingCapacity = 0;
+};
+
+// Reads the content of `node` until the element ends. True: the element is
+// complete. False: stop; state.error may hold the reason, or the text ended.
+// Throws std::bad_alloc when memory runs out.
+bool ParseElement(SXmlNodeData* node, SXmlParseState& state);
+
+// The text with its entities and character references replaced, as a new
+// string in state.arena; null with state.error set (12 or 13) if it holds a
+// malformed or unknown one.
+char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state);
+
+// Line and column (from 1; a multi-byte character is one column) of `target`.
+void XmlLocate(const char* text, const char* target, std::int32_t& line, std::int32_t& column) noexcept;
+
+}  // namespace ZEM

@@ -57,6 +57,26 @@ std::string Utf8(std::wstring_view text) { return ZEM::Narrow(text); }
 
 namespace {
 
+// Appends one byte of a quoted text: the usual backslash escapes, other
+// control characters in `controlFormat`, everything else as it is.
+void AppendEscaped(unsigned char c, const char* controlFormat, std::string& out) {
+    switch (c) {
+        case '"': out += "\\\""; return;
+        case '\\': out += "\\\\"; return;
+        case '\n': out += "\\n"; return;
+        case '\r': out += "\\r"; return;
+        case '\t': out += "\\t"; return;
+        default: break;
+    }
+    if (c < 0x20 || c == 0x7F) {
+        char escape[8];
+        std::snprintf(escape, sizeof escape, controlFormat, c);
+        out += escape;
+    } else {
+        out.push_back(static_cast<char>(c));
+    }
+}
+
 // Length of the valid UTF-8 sequence at `at`, or 0 if the bytes there form none.
 std::size_t ValidSequence(std::string_view text, std::size_t at) {
     const auto lead = static_cast<unsigned char>(text[at]);
@@ -105,31 +125,7 @@ std::string JsonString(std::string_view text) {
             }
             continue;
         }
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (c < 0x20 || c == 0x7F) {
-                    char escape[8];
-                    std::snprintf(escape, sizeof escape, "\\u%04x", c);
-                    out += escape;
-                } else {
-                    out.push_back(static_cast<char>(c));
-                }
-        }
+        AppendEscaped(c, "\\u%04x", out);
         ++i;
     }
     out.push_back('"');
@@ -140,31 +136,7 @@ std::string Quoted(std::string_view text) {
     std::string out = "\"";
     for (char ch : text) {
         const auto c = static_cast<unsigned char>(ch);
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (c < 0x20 || c == 0x7F) {
-                    char escape[8];
-                    std::snprintf(escape, sizeof escape, "\\x%02x", c);
-                    out += escape;
-                } else {
-                    out.push_back(ch);
-                }
-        }
+        AppendEscaped(c, "\\x%02x", out);
     }
     out.push_back('"');
     return out;

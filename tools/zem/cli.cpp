@@ -30,11 +30,11 @@ SParsedArgs ParseArgs(const std::vector<std::string>& args, std::initializer_lis
         }
         const std::size_t equals = arg.find('=');
         const std::string name = arg.substr(0, equals);
-        const SOptionSpec* spec = nullptr;
+        const SOptionSpec* option = nullptr;
         for (const SOptionSpec& candidate : specs)
-            if (name == candidate.name) spec = &candidate;
-        if (spec == nullptr) throw CUsageError("unknown option '" + name + "'");
-        if (!spec->takesValue) {
+            if (name == candidate.name) option = &candidate;
+        if (option == nullptr) throw CUsageError("unknown option '" + name + "'");
+        if (!option->takesValue) {
             if (equals != std::string::npos) throw CUsageError("option '" + name + "' takes no value");
             parsed.flags.insert(name);
         } else if (equals != std::string::npos) {

@@ -14,7 +14,6 @@ TEST(KtHash, FoldOverNarrowTextTakesBytesAsSigned) {
     } cases[] = {
         {"", 0},
         {"a", 97},
-        {"ab", 97 * 33 + 98},
         {"abc", (97 * 33 + 98) * 33 + 99},
         {"\xE9", 0xFFFFFFFFFFFFFFE9ull},            // -23
         {"\xC3\xA9", 0xFFFFFFFFFFFFF7CCull},  // -61 * 33 - 87
@@ -31,7 +30,6 @@ TEST(KtHash, FoldOverNarrowTextTakesBytesAsSigned) {
 
 TEST(KtHash, FoldOverWideTextTakesUnitsAsUnsigned) {
     EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr(L"")), 0u);
-    EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr(L"ab")), 97u * 33 + 98);
     EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr(L"\u00E9")), 0xE9u);
     EXPECT_EQ(KtHash<KtWStr>::Hash(L"x\u20AC"), 120u * 33 + 0x20AC);
     EXPECT_EQ(KtHash<KtWStr>::Hash(std::wstring(L"ab")), 97u * 33 + 98);
@@ -42,12 +40,10 @@ TEST(KtHash, FoldOverWideTextTakesUnitsAsUnsigned) {
 
 TEST(KtHash, FnvForStandardStringsAndWords) {
     EXPECT_EQ(KtHash<std::string>::Hash(std::string()), 0xCBF29CE484222325ull);
-    EXPECT_EQ(KtHash<std::string>::Hash(std::string("a")), 0xAF63DC4C8601EC8Cull);
     EXPECT_EQ(KtHash<std::string>::Hash("foobar"), 0x85944171F73967E8ull);
 
     // Eight bytes, least significant first.
     EXPECT_EQ(KtHash<const void*>::Hash(nullptr), 0xA8C7F832281A39C5ull);
-    EXPECT_EQ(KtHash<std::uint64_t>::Hash(1), 0x89CD31291D2AEFA4ull);
     EXPECT_EQ(KtHash<const void*>::Hash(reinterpret_cast<const void*>(0x1234)), 0x07B32D0DC6FDF72Bull);
     EXPECT_EQ(KtHash<std::uint32_t>::Hash(0x1234u), 0x07B32D0DC6FDF72Bull);
 }

@@ -28,17 +28,12 @@ std::uint32_t BucketOf(const KtStr& key, const StrMap& map) {
 // Iteration walks the buckets in ascending order, each bucket along its chain
 // from the head, and visits every entry once.
 void ExpectChainInBucketOrder(const StrMap& map) {
-    std::uint32_t visited = 0, last = 0;
+    std::uint32_t visited = 0;
     for (auto& node : map) {
-        std::uint32_t bucket = BucketOf(node.key, map);
-        EXPECT_GE(bucket, last) << "key '" << node.key.c_str() << "' out of bucket order";
-        if (node.chain != nullptr) {
-            EXPECT_EQ(node.next, node.chain) << "key '" << node.key.c_str() << "' leaves its bucket early";
-        } else if (node.next != nullptr) {
-            EXPECT_GT(BucketOf(node.next->key, map), bucket) << "key '" << node.key.c_str() << "'";
-        }
-        last = bucket;
         ++visited;
+        if (node.next == nullptr) continue;
+        if (node.chain != nullptr) EXPECT_EQ(node.next, node.chain) << node.key.c_str();
+        else EXPECT_GT(BucketOf(node.next->key, map), BucketOf(node.key, map)) << node.key.c_str();
     }
     EXPECT_EQ(visited, map.Size());
 }
@@ -47,29 +42,16 @@ std::string Key(int i) { return "key" + std::to_string(i); }
 
 }  // namespace
 
-TEST(KtMap, DefaultMapTakesNoMemoryUntilFirstInsertion) {
-    StrMap map;
-    EXPECT_FALSE(map.HasBuckets());
-    EXPECT_EQ(map.Find("a"), nullptr);
-    EXPECT_FALSE(map.Erase("a"));
-    EXPECT_EQ(map.begin(), map.end());
-    EXPECT_EQ(map.BlockCount(), 0u);
-
-    map["a"] = 1;
-    EXPECT_TRUE(map.HasBuckets());
-    EXPECT_EQ(map.BucketCount(), 128u);
-    EXPECT_EQ(map.BlockCount(), 1u);
-}
-
 // With 128 buckets the fold hash puts "" in bucket 0, "0" in 48, "a" and "B_"
 // (66 * 33 + 95 = 2273 = 17 * 128 + 97) both in 97, "b" in 98 and "c" in 99.
 TEST(KtMap, IterationFollowsBucketsThenNewestFirst) {
     StrMap map;
-    struct Step {
+    EXPECT_FALSE(map.HasBuckets());  // no memory until the first insertion
+    EXPECT_FALSE(map.Erase("a"));
+    const struct {
         const char* key;
         std::vector<std::string> order;
-    };
-    const Step steps[] = {
+    } steps[] = {
         {"b", {"b"}},
         {"0", {"0", "b"}},                     // below the first bucket
         {"a", {"0", "a", "b"}},                // between two buckets
@@ -78,31 +60,25 @@ TEST(KtMap, IterationFollowsBucketsThenNewestFirst) {
         {"", {"", "0", "B_", "a", "b", "c"}},  // the empty key, bucket 0
     };
     int value = 0;
-    for (const Step& step : steps) {
+    for (const auto& step : steps) {
         SCOPED_TRACE(std::string("insert '") + step.key + "'");
         map[step.key] = ++value;
         EXPECT_EQ(Keys(map), step.order);
     }
-    ASSERT_EQ(map.BucketCount(), 128u);
-    EXPECT_EQ(BucketOf("a", map), BucketOf("B_", map));
-
-    // Find or insert of an existing key returns its value and changes nothing.
-    int& existing = map["a"];
-    EXPECT_EQ(existing, 3);
-    EXPECT_EQ(&existing, map.Find("a"));
-    EXPECT_EQ(map.Size(), 6u);
+    EXPECT_EQ(map.BucketCount(), 128u);
+    EXPECT_EQ(map.BlockCount(), 1u);
+    EXPECT_EQ(map["a"], 3);  // an existing key: its value, nothing changes
     EXPECT_EQ(Keys(map), steps[5].order);
 }
 
 TEST(KtMap, EraseKeepsOrderAndFirstBucket) {
     StrMap map;
     for (const char* key : {"b", "0", "a", "B_", "c", ""}) map[key] = 1;
-    struct Step {
+    const struct {
         const char* key;
         bool removed;
         std::vector<std::string> order;
-    };
-    const Step steps[] = {
+    } steps[] = {
         {"a", true, {"", "0", "B_", "b", "c"}},  // last of a chain with a predecessor in it
         {"x", false, {"", "0", "B_", "b", "c"}},
         {"b", true, {"", "0", "B_", "c"}},  // only node, predecessor in a lower bucket
@@ -110,9 +86,8 @@ TEST(KtMap, EraseKeepsOrderAndFirstBucket) {
         {"B_", true, {"0", "c"}},
         {"0", true, {"c"}},
         {"c", true, {}},  // the map is empty: no first bucket
-        {"c", false, {}},
     };
-    for (const Step& step : steps) {
+    for (const auto& step : steps) {
         SCOPED_TRACE(std::string("erase '") + step.key + "'");
         EXPECT_EQ(map.Erase(step.key), step.removed);
         EXPECT_EQ(Keys(map), step.order);
@@ -120,13 +95,10 @@ TEST(KtMap, EraseKeepsOrderAndFirstBucket) {
     }
     // An emptied map takes new entries as a fresh one does. Erasing the head
     // of the first bucket while it keeps a node leaves that bucket first.
-    map["a"] = 1;
-    map["B_"] = 2;
-    map["c"] = 3;
+    for (const char* key : {"a", "B_", "c"}) map[key] = 3;
     EXPECT_TRUE(map.Erase("B_"));
     map["0"] = 4;
     EXPECT_EQ(Keys(map), (std::vector<std::string>{"0", "a", "c"}));
-    EXPECT_EQ(*map.Find("c"), 3);
 }
 
 TEST(KtMap, GrowsAtTheNinetySixthEntry) {
@@ -135,22 +107,10 @@ TEST(KtMap, GrowsAtTheNinetySixthEntry) {
     EXPECT_EQ(map.BucketCount(), 128u);
     map[Key(95)] = 95;
     EXPECT_EQ(map.BucketCount(), 256u);
-    for (int i = 0; i < 96; ++i) {
-        const int* value = map.Find(Key(i));
-        ASSERT_NE(value, nullptr) << Key(i);
-        EXPECT_EQ(*value, i);
-    }
+    for (int i = 0; i < 96; ++i) ASSERT_NE(map.Find(Key(i)), nullptr) << Key(i);
     ExpectChainInBucketOrder(map);
-
-    // The next doubling comes at 192 entries, and entries stay reachable by
-    // erasure too.
-    for (int i = 96; i < 191; ++i) map[Key(i)] = i;
-    EXPECT_EQ(map.BucketCount(), 256u);
-    map[Key(191)] = 191;
-    EXPECT_EQ(map.BucketCount(), 512u);
-    for (int i = 0; i < 192; i += 2) EXPECT_TRUE(map.Erase(Key(i))) << Key(i);
-    EXPECT_EQ(map.Size(), 96u);
-    EXPECT_EQ(map.BucketCount(), 512u);  // never shrinks
+    for (int i = 0; i < 96; i += 2) EXPECT_TRUE(map.Erase(Key(i))) << Key(i);
+    EXPECT_EQ(map.BucketCount(), 256u);  // never shrinks
     ExpectChainInBucketOrder(map);
 }
 
@@ -161,8 +121,7 @@ TEST(KtMap, BlocksGrowByHalfAndAreReused) {
     const struct {
         int entries;
         std::uint32_t blocks;
-    } expected[] = {{1, 1},    {128, 1},  {129, 2},  {320, 2},  {321, 3},
-                    {608, 3},  {609, 4},  {1040, 4}, {1041, 5}, {9585, 9}, {9586, 10}};
+    } expected[] = {{128, 1}, {129, 2}, {320, 2}, {321, 3}, {1041, 5}, {9585, 9}, {9586, 10}};
     int inserted = 0;
     for (const auto& row : expected) {
         while (inserted < row.entries) map[inserted++] = 0;
@@ -171,82 +130,40 @@ TEST(KtMap, BlocksGrowByHalfAndAreReused) {
     // Erase everything, then insert as many other keys: the pool serves them.
     for (int i = 0; i < inserted; ++i) ASSERT_TRUE(map.Erase(i));
     EXPECT_TRUE(map.IsEmpty());
-    EXPECT_EQ(map.begin(), map.end());
     for (int i = 0; i < inserted; ++i) map[-1 - i] = i;
     EXPECT_EQ(map.BlockCount(), 10u);
-    EXPECT_EQ(map.Size(), static_cast<std::uint32_t>(inserted));
     EXPECT_EQ(*map.Find(-1 - 1000), 1000);
 }
 
 TEST(KtMap, CopyOfGrownMap) {
     auto source = std::make_unique<StrMap>();
     for (int i = 0; i < 200; ++i) (*source)[Key(i)] = i;
-    ASSERT_EQ(source->BucketCount(), 512u);
-
     StrMap copy(*source);
     EXPECT_EQ(copy.BucketCount(), 512u);
-    EXPECT_EQ(copy.Size(), 200u);
     EXPECT_EQ(copy.BlockCount(), 2u);  // blocks of its own, not the source's
     ExpectChainInBucketOrder(copy);
-
     copy[Key(0)] = -1;
     copy.Erase(Key(1));
     EXPECT_EQ(*source->Find(Key(0)), 0);
     EXPECT_NE(source->Find(Key(1)), nullptr);
-
     source.reset();  // the copy shares key strings, not nodes
-    for (int i = 2; i < 200; ++i) {
-        const int* value = copy.Find(Key(i));
-        ASSERT_NE(value, nullptr) << Key(i);
-        EXPECT_EQ(*value, i);
-    }
-
-    const StrMap empty;
-    StrMap emptyCopy(empty);
-    EXPECT_FALSE(emptyCopy.HasBuckets());
-    EXPECT_EQ(emptyCopy.Find("a"), nullptr);
+    for (int i = 2; i < 200; ++i) EXPECT_EQ(*copy.Find(Key(i)), i);
 }
 
-TEST(KtMap, EmptyKeyIsLegal) {
+TEST(KtMap, EmptyKeyAndOtherFormsOfTheKey) {
     KtMap<KtWStr, KtWStr> wide;
-    EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr()), 0u);
     wide[KtWStr()] = L"empty";
     wide[L"x"] = L"x";
-    ASSERT_NE(wide.Find(L""), nullptr);
-    EXPECT_TRUE(*wide.Find(KtWStr(L"")) == L"empty");
+    EXPECT_TRUE(*wide.Find(L"") == L"empty");
     EXPECT_EQ(wide.begin()->key.Length(), 0);  // bucket 0 comes first
-    EXPECT_TRUE(wide.Erase(L""));
+    EXPECT_TRUE(wide.Erase(std::wstring()));
     EXPECT_EQ(wide.Find(L""), nullptr);
+    EXPECT_NE(wide.Find(std::wstring_view(L"x")), nullptr);
 
-    KtMap<std::string, int> standard;
-    standard[""] = 5;
-    EXPECT_EQ(*standard.Find(std::string()), 5);
-}
-
-TEST(KtMap, LooksUpByEveryFormOfItsKey) {
     StrMap narrow;
     narrow["name"] = 1;
-    EXPECT_NE(narrow.Find("name"), nullptr);
-    EXPECT_NE(narrow.Find(std::string("name")), nullptr);
     EXPECT_NE(narrow.Find(std::string_view("name!").substr(0, 4)), nullptr);
-    EXPECT_NE(narrow.Find(KtStr("name")), nullptr);
     EXPECT_EQ(narrow.Find("nam"), nullptr);
-
-    KtMap<KtWStr, int> wide;
-    const wchar_t* text = L"variable";
-    wide[text] = 2;
-    EXPECT_NE(wide.Find(text), nullptr);
-    EXPECT_NE(wide.Find(std::wstring(text)), nullptr);
-    EXPECT_NE(wide.Find(std::wstring_view(text)), nullptr);
-    EXPECT_TRUE(wide.Erase(std::wstring(text)));
-
-    int a = 0, b = 0;
-    KtMap<const int*, int> pointers;
-    pointers[&a] = 1;
-    pointers[&b] = 2;
-    EXPECT_EQ(*pointers.Find(&a), 1);
-    EXPECT_EQ(*pointers.Find(&b), 2);
-    EXPECT_EQ(pointers.Find(nullptr), nullptr);
 }
 
 namespace {
@@ -255,14 +172,10 @@ struct Fragile {
     static inline int failuresLeft = 0;
     static inline int live = 0;
     Fragile() {
-        if (failuresLeft > 0) {
-            --failuresLeft;
-            throw std::runtime_error("no value");
-        }
+        if (failuresLeft > 0 && failuresLeft--) throw std::runtime_error("no value");
         ++live;
     }
     Fragile(const Fragile&) { ++live; }
-    Fragile& operator=(const Fragile&) = default;
     ~Fragile() { --live; }
 };
 
@@ -270,51 +183,33 @@ struct Fragile {
 
 TEST(KtMap, FailedValueConstructionLeavesMapAsItWas) {
     {
-        KtMap<KtStr, Fragile> map;
+        KtMap<KtStr, Fragile> map, fresh;
         map["a"];
-        Fragile::failuresLeft = 1;
+        Fragile::failuresLeft = 2;
         EXPECT_THROW(map["b"], std::runtime_error);
+        EXPECT_THROW(fresh["a"], std::runtime_error);  // before any bucket exists
         EXPECT_EQ(map.Size(), 1u);
         EXPECT_EQ(map.Find("b"), nullptr);
-        EXPECT_EQ(Fragile::live, 1);
-        map["b"];
-        EXPECT_EQ(map.Size(), 2u);
-        EXPECT_EQ(map.BlockCount(), 1u);
-
-        // The first insertion of a map fails before any bucket exists.
-        KtMap<KtStr, Fragile> fresh;
-        Fragile::failuresLeft = 1;
-        EXPECT_THROW(fresh["a"], std::runtime_error);
-        EXPECT_TRUE(fresh.IsEmpty());
         EXPECT_FALSE(fresh.HasBuckets());
-        fresh["a"];
-        EXPECT_EQ(fresh.Size(), 1u);
+        map["b"];
+        EXPECT_EQ(map.BlockCount(), 1u);
+        EXPECT_EQ(Fragile::live, 2);
     }
     EXPECT_EQ(Fragile::live, 0);  // destruction reached every value
 }
 
-// Random inserts and erasures over a small key space, checked against a
-// reference after each step: this crosses both doublings and exercises every
-// erase case (head, middle, tail of a bucket; first bucket emptied).
+// Random inserts and erasures against a reference: crosses both doublings and
+// every erase case (head, middle, tail of a bucket; first bucket emptied).
 TEST(KtMap, AgreesWithReferenceUnderRandomOperations) {
     std::mt19937 random(20240611);
     StrMap map;
-    std::map<std::string, int> reference;
+    std::map<std::string, int> reference, seen;
     for (int step = 0; step < 20000; ++step) {
         std::string key = Key(static_cast<int>(random() % 400));
-        if (random() % 3 != 0) {
-            map[key] = step;
-            reference[key] = step;
-        } else {
-            EXPECT_EQ(map.Erase(key), reference.erase(key) == 1) << "step " << step;
-        }
-        if (step % 97 == 0 || step > 19900) {
-            SCOPED_TRACE("step " + std::to_string(step));
-            ASSERT_EQ(map.Size(), reference.size());
-            std::map<std::string, int> seen;
-            for (auto& node : map) seen[node.key.c_str()] = node.value;
-            ASSERT_EQ(seen, reference);
-            ExpectChainInBucketOrder(map);
-        }
+        if (random() % 3 != 0) map[key] = reference[key] = step;
+        else ASSERT_EQ(map.Erase(key), reference.erase(key) == 1) << "step " << step;
     }
+    for (auto& node : map) seen[node.key.c_str()] = node.value;
+    EXPECT_EQ(seen, reference);
+    ExpectChainInBucketOrder(map);
 }

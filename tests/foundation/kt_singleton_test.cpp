@@ -12,7 +12,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <thread>
-#include <vector>
+#include <utility>
 
 namespace {
 
@@ -29,10 +29,7 @@ class Flaky : public KtSingleton<Flaky> {
 public:
     static inline bool failNext = true;
     Flaky() {
-        if (failNext) {
-            failNext = false;
-            throw std::runtime_error("first construction fails");
-        }
+        if (std::exchange(failNext, false)) throw std::runtime_error("first construction fails");
     }
 };
 
@@ -44,58 +41,39 @@ public:
     Inner* inner;
 };
 
+// At exit each reports how many instances are still counted as live.
+template <int N>
+class AtExit : public KtSingleton<AtExit<N>> {
+public:
+    ~AtExit() override {
+        std::lock_guard<std::recursive_mutex> hold(kt_detail::SingletonLock());  // outlives every instance
+        std::fprintf(stderr, "[%d gone, %d live]", N, kt_detail::SingletonLiveCount());
+    }
+};
+
 }  // namespace
 
 TEST(KtSingleton, RacingThreadsGetOneInstance) {
-    constexpr int kThreads = 8;
-    std::latch start(kThreads);
-    std::vector<Slow*> seen(kThreads, nullptr);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            seen[t] = &Slow::Instance();
-        });
-    }
-    for (auto& thread : threads) thread.join();
+    std::latch start(2);
+    Slow* seen[2] = {};
+    std::thread first([&] { start.arrive_and_wait(); seen[0] = &Slow::Instance(); });
+    std::thread second([&] { start.arrive_and_wait(); seen[1] = &Slow::Instance(); });
+    first.join();
+    second.join();
     EXPECT_EQ(Slow::constructed.load(), 1);
-    for (Slow* instance : seen) EXPECT_EQ(instance, seen[0]);
-    EXPECT_EQ(&Slow::Instance(), seen[0]);
+    EXPECT_EQ(seen[0], seen[1]);
 }
 
-TEST(KtSingleton, FailedConstructionIsRetried) {
+TEST(KtSingleton, FailedConstructionIsRetriedAndNestingWorks) {
     int live = kt_detail::SingletonLiveCount();
     EXPECT_THROW(Flaky::Instance(), std::runtime_error);
     EXPECT_EQ(kt_detail::SingletonLiveCount(), live);
     // The lock was released by the failure: another thread can take it.
     std::thread([] { std::lock_guard<std::recursive_mutex> hold(kt_detail::SingletonLock()); }).join();
-    Flaky& instance = Flaky::Instance();
-    EXPECT_EQ(&instance, &Flaky::Instance());
+    EXPECT_EQ(&Flaky::Instance(), &Flaky::Instance());
     EXPECT_EQ(kt_detail::SingletonLiveCount(), live + 1);
+    EXPECT_EQ(Outer::Instance().inner, &Inner::Instance());
 }
-
-TEST(KtSingleton, ConstructorMayReachAnotherSingleton) {
-    Outer& outer = Outer::Instance();
-    EXPECT_EQ(outer.inner, &Inner::Instance());
-}
-
-namespace {
-
-class FirstAtExit : public KtSingleton<FirstAtExit> {
-public:
-    ~FirstAtExit() override { std::fprintf(stderr, "[first gone, %d live]", kt_detail::SingletonLiveCount()); }
-};
-
-class SecondAtExit : public KtSingleton<SecondAtExit> {
-public:
-    ~SecondAtExit() override {
-        // The registry's lock outlives every instance.
-        std::lock_guard<std::recursive_mutex> hold(kt_detail::SingletonLock());
-        std::fprintf(stderr, "[second gone, %d live]", kt_detail::SingletonLiveCount());
-    }
-};
-
-}  // namespace
 
 // At process end the instances go in reverse order of first use, each while
 // still counted as live.
@@ -103,10 +81,10 @@ TEST(KtSingletonDeathTest, ExitTableEndsInstancesNewestFirst) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            FirstAtExit::Instance();
-            SecondAtExit::Instance();
+            AtExit<1>::Instance();
+            AtExit<2>::Instance();
             std::fflush(stderr);
             std::exit(0);
         },
-        testing::ExitedWithCode(0), "\\[second gone, 2 live\\]\\[first gone, 1 live\\]");
+        testing::ExitedWithCode(0), "\\[2 gone, 2 live\\]\\[1 gone, 1 live\\]");
 }

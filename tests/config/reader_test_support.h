@@ -68,32 +68,24 @@ inline std::vector<std::string> LibraryPaths(const CConfiguration& configuration
     return paths;
 }
 
-// A folder of its own under the system's temporary directory.
+// A folder of its own under the system's temporary directory, removed with the test.
 class TempFolder {
 public:
-    TempFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zem-config-XXXXXX").string();
+    TempFolder() : root_(std::filesystem::temp_directory_path() / "zem-config-XXXXXX") {
+        std::string pattern = root_.string();
         if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
         root_ = pattern;
     }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(root_, ignored);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-
+    ~TempFolder() { std::filesystem::remove_all(root_); }
     const std::filesystem::path& Root() const { return root_; }
 
     // Writes `bytes` to `relative` ('/'-separated), creating its folders.
     std::filesystem::path Write(const std::string& relative, const std::string& bytes) const {
         std::filesystem::path file = root_ / relative;
         std::filesystem::create_directories(file.parent_path());
-        std::ofstream out(file, std::ios::binary);
-        out << bytes;
+        std::ofstream(file, std::ios::binary) << bytes;
         return file;
     }
-
     // The folder as a wide string, with a trailing '/'.
     std::wstring Prefix() const { return ZEM::Widen(root_.string() + "/"); }
 

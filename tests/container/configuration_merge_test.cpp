@@ -84,12 +84,11 @@ TEST(ConfigurationMergeTest, LibrariesJoinByExactPath) {
     const auto& libraries = target.Store().libraries;
     EXPECT_EQ(Paths(target), (Lines{"dir/lib.so", "other.so", "dir\\lib.so", "DIR/lib.so"}));
     EXPECT_EQ(Names(*libraries[0]), (Lines{"t1", "t2", "s1", "s2"}));
-    std::vector<std::pair<std::string, const ZEM::SLibrary*>> eager(target.GetEagerBeans().begin(),
-                                                                     target.GetEagerBeans().end());
-    EXPECT_EQ(eager, (std::vector<std::pair<std::string, const ZEM::SLibrary*>>{
+    EXPECT_EQ(target.GetEagerBeans(), (std::vector<std::pair<std::string, const ZEM::SLibrary*>>{
                          {"t1", libraries[0].get()}, {"o", libraries[1].get()}, {"s1", libraries[0].get()}}));
     EXPECT_EQ(target.FindOrAddLibrary("dir/lib.so"), libraries[0].get());
-    EXPECT_EQ(target.FindOrAddLibrary("dir//lib.so"), libraries.back().get());
+    ZEM::SLibrary* added = target.FindOrAddLibrary("dir//lib.so");
+    EXPECT_EQ(added, libraries.back().get());
     EXPECT_EQ(libraries.size(), 5u);
 }
 

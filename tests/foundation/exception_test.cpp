@@ -16,18 +16,17 @@ TEST(CException, CopyAndMoveOfMessage) {
     const std::wstring text = L"Overriding bean 'a long enough name to leave the small buffer' is not allowed";
     CException original(text);
     CException copy(original);
-    CException moved(std::move(copy));
-    EXPECT_EQ(moved.GetMessageW(), text);
+    CException target(std::move(copy));
     EXPECT_EQ(copy.GetMessageW(), L"");  // NOLINT(bugprone-use-after-move)
-    CException assigned(L"other");
-    assigned = original;
-    CException target(L"x");
-    target = std::move(assigned);
-    EXPECT_EQ(assigned.GetMessageW(), L"");  // NOLINT(bugprone-use-after-move)
     CException& self = target;
     target = self;
     target = std::move(self);
     EXPECT_EQ(target.GetMessageW(), text);
+    CException assigned(L"other");
+    assigned = std::move(target);
+    EXPECT_EQ(target.GetMessageW(), L"");  // NOLINT(bugprone-use-after-move)
+    assigned = original;
+    EXPECT_EQ(assigned.GetMessageW(), text);
     EXPECT_EQ(original.GetMessageW(), text);
     EXPECT_EQ(CException(static_cast<const wchar_t*>(nullptr)).GetMessageW(), L"");
 }

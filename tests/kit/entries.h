@@ -1,8 +1,6 @@
 // Argument vectors laid out as the container lays them out for a wrapper:
 // numbers at their addresses, text as an object whose only member points at
-// the characters, objects as std::shared_ptr<IObject>, and null entries for
-// references that found nothing. Used by the kit tests that call a wrapper
-// directly.
+// the characters, and null entries for references that found nothing.
 #pragma once
 
 #include <memory>
@@ -19,10 +17,6 @@ public:
         return Keep(std::make_shared<V>(value));
     }
     CEntries& Text(const char* text) { return Keep(std::make_shared<const char*>(text)); }
-    CEntries& Wide(const wchar_t* text) { return Keep(std::make_shared<const wchar_t*>(text)); }
-    CEntries& Object(std::shared_ptr<ZEM::IObject> object) {
-        return Keep(std::make_shared<std::shared_ptr<ZEM::IObject>>(std::move(object)));
-    }
     CEntries& Missing() {  // a reference that found nothing
         entries_.push_back(nullptr);
         return *this;

@@ -87,24 +87,20 @@ public:
     static std::unique_ptr<CGadget> Make(const std::string& label) { return std::make_unique<CGadget>(label + "*"); }
     static CGadget* MakeRaw(int size) { return new CGadget("raw", size); }
 
-    void Resize() { size_ = 0; }
     void Resize(int size) { size_ = size; }
     void Resize(int width, int height) { size_ = width * height; }
-    void SetName(const char* name) { name_ = name; }
     void Start() { Journal().push_back("start " + label_); }
     bool Check() const { return size_ >= 0; }
     void Stop() { Journal().push_back("stop " + label_ + " size " + std::to_string(size_)); }
     void Explode() { throw std::logic_error("method refused"); }
 
     const std::string& Label() const { return label_; }
-    const std::string& Name() const { return name_; }
     int Size() const { return size_; }
 
     std::string note;  // set as a data member
 
 private:
     std::string label_;
-    std::string name_;
     int size_ = -1;
 };
 
@@ -121,32 +117,14 @@ inline ZEM::CClass<CGadget> BindGadget() {
         .Constructor<int, int, bool>("Risky")
         .Factory("Make", &CGadget::Make)
         .Factory("MakeRaw", &CGadget::MakeRaw)
-        .Method<void()>("Resize", &CGadget::Resize)
         .Method<void(int)>("Resize", &CGadget::Resize)
         .Method<void(int, int)>("Resize", &CGadget::Resize)
-        .Method("SetName", &CGadget::SetName)
         .Method("Start", &CGadget::Start)
         .Method("Check", &CGadget::Check)
         .Method("Stop", &CGadget::Stop)
         .Method("Explode", &CGadget::Explode)
         .Property("Note", &CGadget::note)
         .Property("Adjust", &AdjustGadget);
-}
-
-// A factory class whose factory methods make gadgets, and which knows the
-// gadget methods that the container calls through it.
-class CWorkshop : public ZEM::IObject {
-public:
-    static std::unique_ptr<CGadget> Forge(int size) { return std::make_unique<CGadget>("forged", size); }
-};
-
-inline ZEM::CClass<CWorkshop> BindWorkshop() {
-    return ZEM::CClass<CWorkshop>()
-        .Constructor<>()
-        .Creates<CGadget, const std::string&, int>("Build")
-        .Factory("Forge", &CWorkshop::Forge)
-        .Method("SetName", &CGadget::SetName)
-        .Method("Stop", &CGadget::Stop);
 }
 
 // A class that can't carry an exit method.

@@ -48,42 +48,35 @@ STypeCase Case(const std::string& type, const std::string& constructedText, Owne
     std::string beans = Bean(name, HolderClass<P>(), "",
                              ConstructorArgs(Argument(Value(type, constructedText))) +
                                  Properties(Property("Value", Value(type, assignedText))));
-    auto check = [name, constructed, assigned](const ZEM::CContainer& container) {
-        auto holder = container.GetBean<CHolder<P>>(name.c_str());
-        ASSERT_NE(holder, nullptr);
-        EXPECT_EQ(holder->constructed, constructed);
-        EXPECT_EQ(holder->assigned, assigned);
-    };
-    return {type, beans, check};
+    return {type, beans, [name, constructed, assigned](const ZEM::CContainer& container) {
+                auto holder = container.GetBean<CHolder<P>>(name.c_str());
+                ASSERT_NE(holder, nullptr);
+                EXPECT_EQ(holder->constructed, constructed);
+                EXPECT_EQ(holder->assigned, assigned);
+            }};
 }
 
 TEST(ParameterTypesTest, EachConfiguredTypeReachesItsCppType) {
     const std::vector<STypeCase> cases = {
         Case<bool>("bool", "true", true, "false", false),
-        Case<char>("char", "A", 'A', "1", '1'),
         Case<signed char>("int8_t", "-128", -128, "300", 44),
-        Case<unsigned char>("unsigned char", "200", 200, "1", 1),
         Case<const std::uint8_t&>("uint8_t", "-1", 255, "255", 255),
         Case<short>("short", "-300", -300, "70000", 4464),
-        Case<std::int16_t>("int16_t", "32767", 32767, "-32768", -32768),
         Case<unsigned short>("unsigned short", "65535", 65535, "-1", 65535),
         Case<unsigned short>("uint16_6", "40000", 40000, "7", 7),
         Case<int>("int", "-70000", -70000, "12abc", 12),
         Case<const int&>("int32_t", "2147483647", 2147483647, "0x10", 0),
         Case<unsigned int>("unsigned int", "-1", 4294967295u, "3000000000", 2147483647u),
-        Case<std::uint32_t>("uint32_t", "42", 42u, "7", 7u),
         Case<std::int32_t>("long", "-2147483648", INT32_MIN, "99999999999", INT32_MAX),
         Case<std::uint32_t>("unsigned long", "0xFFFFFFFF", 4294967295u, "010", 8u),
         Case<float>("float", "1.5", 1.5f, "-0.25", -0.25f),
         Case<const double&>("double", "2.5e3", 2500.0, "-0.125", -0.125),
         Case<const char*>("const char*", "grüße", "grüße", "", ""),
-        Case<std::string>("char*", "text", "text", "a b", "a b"),
-        Case<const std::string&>("const char*", "ref", "ref", "x", "x"),
+        Case<const std::string&>("char*", "a b", "a b", "", ""),
         Case<std::string_view>("const char*", "view", "view", "v", "v"),
-        Case<const wchar_t*>("const wchar_t*", "grüße €", L"grüße €", "w", L"w"),
         Case<std::wstring>("wchar_t*", "wide", L"wide", "", L""),
-        Case<const std::wstring&>("const wchar_t*", "wref", L"wref", "ω", L"ω"),
-        Case<std::wstring_view>("wchar_t*", "wview", L"wview", "z", L"z"),
+        Case<const wchar_t*>("const wchar_t*", "grüße €", L"grüße €", "w", L"w"),
+        Case<std::wstring_view>("wchar_t*", "ω", L"ω", "", L""),
     };
     std::string beans;
     for (const STypeCase& c : cases) beans += c.beans;
@@ -104,26 +97,15 @@ TEST(ParameterTypesTest, ObjectParametersAreCastFromWhatTheContainerFound) {
         return Bean(name, "holder::marker", "",
                     ConstructorArgs(Argument(form)) + Properties(Property("Value", form)));
     };
-    std::string beans =
+    ZEM::CContainer container(Document(
         Bean("m", "holder::Marker", "singleton='true'", ConstructorArgs(Argument(Value("const char*", "m1")))) +
         Bean("plain", "holder::CPlain") + holder("toMarker", Ref("m")) + holder("toNull", "<nullptr/>") +
-        holder("toNothing", Ref("absent")) + holder("toPlain", Ref("plain")) +
-        holder("toInner", "<bean class='holder::Marker'>" +
-                              ConstructorArgs(Argument(Value("const char*", "inner"))) + "</bean>");
-    ZEM::CContainer container(Document(beans).c_str());
-
+        holder("toNothing", Ref("absent")) + holder("toPlain", Ref("plain"))).c_str());
     auto marker = container.GetBean<IMarker>("m");
-    ASSERT_NE(marker, nullptr);
     auto toMarker = container.GetBean<Holder>("toMarker");
-    ASSERT_NE(toMarker, nullptr);
+    ASSERT_TRUE(marker && toMarker);
     EXPECT_EQ(toMarker->constructed, marker);
     EXPECT_EQ(toMarker->assigned, marker);
-    auto toInner = container.GetBean<Holder>("toInner");
-    ASSERT_NE(toInner, nullptr);
-    ASSERT_NE(toInner->constructed, nullptr);
-    EXPECT_EQ(toInner->constructed->Mark(), "inner");
-    EXPECT_NE(toInner->constructed, toInner->assigned);  // an inner bean is made for each use
-
     for (const char* name : {"toNull", "toNothing", "toPlain"}) {
         SCOPED_TRACE(name);
         auto empty = container.GetBean<Holder>(name);

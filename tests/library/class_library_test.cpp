@@ -3,8 +3,6 @@
 // library of its own.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -20,11 +18,10 @@ ZEM_RECORDING_MAKER(HostWidget, "HostWidget")
 namespace {
 
 using namespace zem_support;
+using Lines = std::vector<std::string>;
 
 ZEM::IBeanWrapper* MakeLocalWidget() { return MakeRecordingWrapper("LocalWidget"); }
 ZEM::IBeanWrapper* MakeLocal() { return MakeRecordingWrapper("Local"); }
-
-std::string HostPath() { return ZEM::platform::ExecutablePath(); }
 
 class ClassLibraryTest : public RecordingTest {
 protected:
@@ -39,13 +36,10 @@ TEST_F(ClassLibraryTest, TheFirstNeedBindsTheWholeLibrary) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("a", "Widget").Property("size(i32)", {Arg("int", "1")}), Bean("b", "Gadget"),
                        Bean("c", "Peer")}}});
-    EXPECT_EQ(LoadedLibraries(), 0u);
     EXPECT_FALSE(factory_->Exists("nothing"));
     EXPECT_EQ(LoadedLibraries(), 0u) << "a name that no library holds loads nothing";
-    EXPECT_TRUE(FixtureLog::Lines().empty());
-
     ASSERT_TRUE(factory_->GetBean("b", nullptr));
-    EXPECT_EQ(FixtureLog::Take(), (std::vector<std::string>{
+    EXPECT_EQ(FixtureLog::Take(), (Lines{
                                       "maker Widget",
                                       "types Widget size(i32)/1",
                                       "maker Gadget",
@@ -64,22 +58,19 @@ TEST_F(ClassLibraryTest, TheFirstNeedBindsTheWholeLibrary) {
 TEST_F(ClassLibraryTest, AMissingMakerStopsTheBeansBehindItUntilARetry) {
     Failures failures(*factory_);
     Load(*factory_, {{RecordingLibrary(), {Bean("before", "Widget"), Bean("absent", "Absent"), Bean("behind", "Gadget")}}});
-
     EXPECT_FALSE(factory_->GetBean("behind", nullptr));
-    EXPECT_EQ(failures.Take(), std::vector<std::string>{"behind: Getting wrapper maker failed for class 'Absent'"});
-    EXPECT_EQ(MessageOf([&] { factory_->Exists("behind"); }), L"Getting wrapper maker failed for class 'Absent'");
+    EXPECT_EQ(failures.Take(), Lines{"behind: Getting wrapper maker failed for class 'Absent'"});
     EXPECT_TRUE(factory_->GetBean("before", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), std::vector<std::string>{"maker Widget"});
+    EXPECT_EQ(FixtureLog::Starting("maker "), Lines{"maker Widget"});
 
     ZEM::GetLocalLibrary().RegisterWrapperMaker("create_Absent_Wrapper", &MakeLocal);
     FixtureLog::Reset();
     EXPECT_TRUE(factory_->GetBean("behind", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), (std::vector<std::string>{"maker Local", "maker Gadget"}));
+    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker Local", "maker Gadget"}));
     EXPECT_EQ(LoadedLibraries(), 1u) << "the retry must reuse the loaded library";
     EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Absent_Wrapper"));
     EXPECT_FALSE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Absent_Wrapper"));
-    // A bean bound earlier keeps its maker.
-    EXPECT_TRUE(factory_->GetBean("absent", nullptr));
+    EXPECT_TRUE(factory_->GetBean("absent", nullptr)) << "a bean bound earlier keeps its maker";
 }
 
 TEST_F(ClassLibraryTest, MakerSymbols) {
@@ -92,60 +83,51 @@ TEST_F(ClassLibraryTest, MakerSymbols) {
     Load(*factory_, {{RecordingLibrary(), {Bean("scoped", "a::b::C"), Bean("top", "::Top")}}});
     ASSERT_TRUE(factory_->GetBean("scoped", nullptr));
     ASSERT_TRUE(factory_->GetBean("top", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), (std::vector<std::string>{"maker a::b::C", "maker ::Top"}));
     // The factory method of a scoped class is its short name.
-    EXPECT_EQ(FixtureLog::Starting("create a::b::C"),
-              std::vector<std::string>{"create a::b::C C [] exit= deps=[] wrapper=self -> a::b::C#1"});
+    EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create a::b::C C [] exit= deps=[] wrapper=self -> a::b::C#1",
+                                                      "create ::Top Top [] exit= deps=[] wrapper=self -> ::Top#2"}));
 }
 
-// The local library is keyed by the whole symbol, not by the class name.
-TEST_F(ClassLibraryTest, AMakerUnderTheBareClassNameIsNotFound) {
-    ZEM::GetLocalLibrary().RegisterWrapperMaker("Local", &MakeLocal);
-    Load(*factory_, {{RecordingLibrary(), {Bean("local", "Local")}}});
+// The local library is keyed by the whole symbol, not by the class name, and
+// a maker that the module exports wins over one registered locally.
+TEST_F(ClassLibraryTest, LocalMakers) {
+    ZEM::ILibraryConfiguration& local = ZEM::GetLocalLibrary();
+    local.RegisterWrapperMaker("Local", &MakeLocal);
+    local.RegisterWrapperMaker("create_Widget_Wrapper", &MakeLocalWidget);
+    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget"), Bean("local", "Local")}}});
     EXPECT_EQ(MessageOf([&] { factory_->Exists("local"); }), L"Getting wrapper maker failed for class 'Local'");
-
-    ZEM::GetLocalLibrary().RegisterWrapperMaker("create_Local_Wrapper", &MakeLocal);
+    local.RegisterWrapperMaker("create_Local_Wrapper", &MakeLocal);
     EXPECT_TRUE(factory_->GetBean("local", nullptr));
-    EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("Local"));
-    EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Local_Wrapper"));
+    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker Widget", "maker Local"}));
+    for (const char* symbol : {"Local", "create_Local_Wrapper", "create_Widget_Wrapper"})
+        EXPECT_TRUE(local.UnregisterWrapperMaker(symbol)) << symbol;
 }
 
-// A maker that the module exports wins over one registered locally.
-TEST_F(ClassLibraryTest, TheModulesMakerWinsOverALocalOne) {
-    ZEM::GetLocalLibrary().RegisterWrapperMaker("create_Widget_Wrapper", &MakeLocalWidget);
-    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget")}}});
-    ASSERT_TRUE(factory_->GetBean("w", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), std::vector<std::string>{"maker Widget"});
-    EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Widget_Wrapper"));
-}
-
-// A library with the program's own path: makers the program exports, then
-// those of the local library.
+// A library with the program's own path, or in a document with no or an
+// empty path: makers the program exports, then those of the local library.
 TEST_F(ClassLibraryTest, TheRunningProgramIsAClassLibrary) {
     ZEM::GetLocalLibrary().RegisterWrapperMaker("create_Local_Wrapper", &MakeLocal);
-    Load(*factory_, {{HostPath(), {Bean("host", "HostWidget"), Bean("local", "Local")}}});
+    Load(*factory_, {{ZEM::platform::ExecutablePath(), {Bean("host", "HostWidget"), Bean("local", "Local")}}});
     ASSERT_TRUE(factory_->GetBean("host", nullptr));
     ASSERT_TRUE(factory_->GetBean("local", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), (std::vector<std::string>{"maker HostWidget", "maker Local"}));
+    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker HostWidget", "maker Local"}));
     EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Local_Wrapper"));
-}
 
-// A document's library without a path, or with an empty one, is the running
-// program.
-TEST_F(ClassLibraryTest, ALibraryWithoutPathInADocument) {
     ZEM::CContainer container(
         "<zem><library><beans><bean name='a' class='HostWidget'/></beans></library>"
         "<library path=''><beans><bean name='b' class='HostWidget' factory-method='alt'/></beans></library></zem>");
+    FixtureLog::Reset();
     EXPECT_TRUE(container.GetBean("a"));
     EXPECT_TRUE(container.GetBean("b"));
     EXPECT_EQ(FixtureLog::Starting("create "),
-              (std::vector<std::string>{"create HostWidget HostWidget [] exit= deps=[] wrapper=self -> HostWidget#1",
-                                        "create HostWidget alt [] exit= deps=[] wrapper=self -> HostWidget#2"}));
+              (Lines{"create HostWidget HostWidget [] exit= deps=[] wrapper=self -> HostWidget#1",
+                     "create HostWidget alt [] exit= deps=[] wrapper=self -> HostWidget#2"}));
 }
 
-// Reading a provides element loads the bean's class library first, so the
-// type ids that it registers as it loads can be named in the same document.
-TEST_F(ClassLibraryTest, ADocumentNamesAnInterfaceThatItsLibraryRegisters) {
+// Code that runs as a module loads can offer its classes and type ids through
+// the local library; reading a provides element loads the bean's library
+// first, so those type ids can be named in the same document.
+TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
     std::string text = "<zem><library path='" + FixturePath("registering") +
                        "'><beans><bean name='first' class='Registered'/><bean name='r' class='Registered' singleton='true'>"
                        "<provides><interface>IRegistered</interface></provides></bean></beans></library></zem>";
@@ -153,16 +135,7 @@ TEST_F(ClassLibraryTest, ADocumentNamesAnInterfaceThatItsLibraryRegisters) {
     std::shared_ptr<ZEM::IObject> service = container.Factory().GetService("zem.test.IRegistered");
     ASSERT_TRUE(service);
     EXPECT_EQ(container.GetBean("r"), service);
-}
-
-// Code that runs as a module loads can offer its classes and type ids through
-// the local library, in time for the binding that loaded it.
-TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
-    Load(*factory_, {{FixturePath("registering"), {Bean("r", "Registered")}}});
-    ASSERT_TRUE(factory_->GetBean("r", nullptr));
     EXPECT_EQ(std::string(ZEM::LocalLibrary().GetTypeId("IRegistered")), "zem.test.IRegistered");
-    EXPECT_EQ(FixtureLog::Starting("create "),
-              std::vector<std::string>{"create Registered Registered [] exit= deps=[] wrapper=self -> Registered#1"});
 }
 
 // A path that names no file and a file that isn't a shared object both give
@@ -170,15 +143,14 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
-    std::string missing = temp.Path("libmissing.so");
-    for (const std::string& path : {missing, notAModule, std::string()}) {
+    for (const std::string& path : {temp.Path("libmissing.so"), notAModule, std::string()}) {
         SCOPED_TRACE(path);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
         Failures failures(*factory);
         Load(*factory, {{path, {Bean("w", "Widget")}}});
         std::string message = "Could not load library '" + path + "'";
         EXPECT_FALSE(factory->GetBean("w", nullptr));
-        EXPECT_EQ(failures.Take(), std::vector<std::string>{"w: " + message});
+        EXPECT_EQ(failures.Take(), Lines{"w: " + message});
         EXPECT_EQ(ZEM::Narrow(MessageOf([&] { factory->Exists("w"); })), message);
         EXPECT_TRUE(factory->Configuration().Store().loadedLibraries.empty());
         EXPECT_EQ(factory->Configuration().Store().beanTypes.Size(), 0u);
@@ -194,20 +166,7 @@ TEST_F(ClassLibraryTest, TwoPathsOfOneModule) {
     ASSERT_TRUE(factory_->GetBean("two", nullptr));
     EXPECT_EQ(LoadedLibraries(), 2u);
     EXPECT_EQ(factory_->WrapperCount(), 1u);
-    EXPECT_EQ(FixtureLog::Starting("maker "), (std::vector<std::string>{"maker Widget", "maker Widget"}));
-}
-
-TEST_F(ClassLibraryTest, TypeIds) {
-    ZEM::ILibraryConfiguration& local = ZEM::GetLocalLibrary();
-    local.RegisterTypeId("ns::IFace", "first");
-    local.RegisterTypeId("ns::IFace", "second");
-    EXPECT_EQ(std::string(ZEM::LocalLibrary().GetTypeId("ns::IFace")), "second");
-    for (const char* name : {"ns::iface", "IFace", "::ns::IFace", "", "never registered"}) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(ZEM::Narrow(MessageOf([&] { ZEM::LocalLibrary().GetTypeId(name); })),
-                  std::string("No type id for class '") + name + "' registered");
-    }
-    EXPECT_EQ(&ZEM::GetLocalLibrary(), static_cast<ZEM::ILibraryConfiguration*>(&ZEM::LocalLibrary()));
+    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker Widget", "maker Widget"}));
 }
 
 }  // namespace

@@ -66,28 +66,20 @@ TEST(ForEachElement, ForLoop) {
              {R"(first="1" last="4" inc="2" substitute="i")", "v1,v3"},
              {R"(first="3" last="1" substitute="i")", ""},
              {R"(first="-2" last="2" substitute="i")", "v-2,v-1,v0,v1,v2"},
-             {R"(first="5" last="5" substitute="i")", "v5"},
-             {R"(first=" +12abc" last="013" substitute="i")", "v12,v13"},
              {R"(first="4294967295" last="0" substitute="i")", "v-1,v0"},  // read unsigned, used signed
-             {R"(FIRST="1" Last="2" SubStitute="i")", "v1,v2"},
              // At the ends of the 32-bit range; a loop that would wrap is
              // refused before its first iteration, as is one that never ends.
              {R"(first="2147483645" last="2147483646" substitute="i")", "v2147483645,v2147483646"},
-             {R"(first="-2147483648" last="-2147483647" substitute="i")", "v-2147483648,v-2147483647"},
              {R"(first="2147483646" last="2147483647" substitute="i")", kWraps},
              {R"(first="0" last="2000000000" inc="1000000000" substitute="i")", kWraps},
-             {R"(first="0" last="1999999999" inc="1000000000" substitute="i")", "v0,v1000000000"},
              {R"(first="1" last="3" inc="-1" substitute="i")", kWraps},
              {R"(first="1" last="3" inc="0" substitute="i")", "error: Loop over 'i' has a step of 0"},
-             {R"(first="3" last="1" inc="0" substitute="i")", ""},
              // Bad attributes, tested in the order first, last, inc, substitute.
              {R"(first="abc" last="3" substitute="i")", kNumeric},
              {R"(last="3" substitute="i")", kNumeric},
-             {R"(first="1" last="  " substitute="i")", kNumeric},
              {R"(first="1" last="3" inc="" substitute="i")", kNumeric},
-             {R"(first="3" last="1" substitute="")", kForName},
              {R"(first="1" last="3")", kForName},
-             {R"(first="x" last="3" substitute="")", kNumeric},
+             {R"(first="3" last="1" substitute="")", kForName},
              {R"(first="1" last="3" inc="0" substitute="")", kForName},
          }) {
         SCOPED_TRACE(c.attributes);
@@ -98,16 +90,9 @@ TEST(ForEachElement, ForLoop) {
 TEST(ForEachElement, ForEachLoop) {
     for (const SCase& c : std::initializer_list<SCase>{
              {R"(set="a|b|c" substitute="s")", "[a],[b],[c]"},
-             {R"(set="a | b|" substitute="s")", "[a],[b]"},
-             {R"(set="a||b" substitute="s")", "[a],[],[b]"},
-             {R"(set="|a" substitute="s")", "[],[a]"},
-             {R"(set="a|  " substitute="s")", "[a],[]"},
+             {R"(set=" a ||b|" substitute="s")", "[a],[],[b]"},
              {R"(set="" substitute="s")", "[]"},
-             {R"(substitute="s")", "[]"},
-             {R"(set="  two words  " substitute="s")", "[two words]"},
-             {"set=\"\xC3\xA9|\xE2\x82\xAC\" substitute=\"s\"", "[\xC3\xA9],[\xE2\x82\xAC]"},
              {R"(set="a|b" substitute="")", kForEachName},
-             {R"(set="a|b")", kForEachName},
          }) {
         SCOPED_TRACE(c.attributes);
         EXPECT_EQ(Walk(std::string("<foreach ") + c.attributes + R"(><bean name="[%s%]"/></foreach>)"), c.outcome);
@@ -129,7 +114,6 @@ TEST(ForEachElement, WalkOrder) {
     )";
     EXPECT_EQ(Walk(body), "b1,b2,s1,for-1,for-2,each-x,each-y");
     EXPECT_EQ(Walk(body, ParameterMap(), {"service", "bean"}), "s1,b1,b2,for-1,for-2,each-x,each-y");
-    EXPECT_EQ(Walk(R"(<BEAN name="a"/><FOREACH set="z" substitute="s"><Bean name="%s%"/></FOREACH>)"), "a,z");
 
     // A loop's attributes are tested when the walk reaches it: what comes
     // before it has been read, and earlier loops have run.
@@ -151,14 +135,7 @@ TEST(ForEachElement, NestedLoops) {
         <bean name="top%i%"/>)",
                    outer),
               "top0,out1,in10,in11,out2,in10,in11");
-    ASSERT_EQ(outer.Size(), 1u);
     EXPECT_TRUE(*outer.Find(std::wstring_view(L"i")) == L"0");
-
-    EXPECT_EQ(Walk(R"(
-        <foreach set="a|b" substitute="x">
-          <for first="1" last="2" substitute="n"><bean name="%x%%n%"/></for>
-        </foreach>)"),
-              "a1,a2,b1,b2");
 
     // A failure inside an iteration ends the whole walk.
     EXPECT_EQ(Walk(R"(

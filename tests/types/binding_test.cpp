@@ -13,6 +13,7 @@
 namespace {
 
 using namespace zem_support;
+using Lines = std::vector<std::string>;
 
 class BindingTest : public RecordingTest {
 protected:
@@ -36,21 +37,15 @@ TEST_F(BindingTest, MissingTargetIsANullEntryAndNullptrAnEmptyPointer) {
                            .Arg("bean", "peer")
                            .Arg("service", "IKnown")
                            .Arg("nullptr", "ignored text")}}});
-    FixtureLog::Reset();
+    ASSERT_TRUE(factory_->GetBean("holder", nullptr));
+    // Once a service is registered for the interface, the reference finds it.
+    factory_->RegisterService("zem.test.IKnown", false, std::make_shared<CService>(), nullptr);
     ASSERT_TRUE(factory_->GetBean("holder", nullptr));
     EXPECT_EQ(FixtureLog::Starting("create Widget"),
-              std::vector<std::string>{"create Widget make(obj,obj,obj,obj,obj) [null, obj(empty), obj(Peer#1), null, "
-                                       "obj(empty)] exit= deps=[] wrapper=self -> Widget#2"});
-
-    // Once a service is registered for the interface, the reference finds it.
-    auto service = std::make_shared<CService>();
-    factory_->RegisterService("zem.test.IKnown", false, service, nullptr);
-    FixtureLog::Take();
-    ASSERT_TRUE(factory_->GetBean("holder", nullptr));
-    std::vector<std::string> creates = FixtureLog::Starting("create Widget");
-    ASSERT_EQ(creates.size(), 1u);
-    EXPECT_NE(creates[0].find("[null, obj(empty), obj(Peer#1), obj(foreign), obj(empty)]"), std::string::npos)
-        << creates[0];
+              (Lines{"create Widget make(obj,obj,obj,obj,obj) [null, obj(empty), obj(Peer#1), null, obj(empty)] "
+                     "exit= deps=[] wrapper=self -> Widget#2",
+                     "create Widget make(obj,obj,obj,obj,obj) [null, obj(empty), obj(Peer#1), obj(foreign), "
+                     "obj(empty)] exit= deps=[] wrapper=self -> Widget#3"}));
     EXPECT_TRUE(failures.Take().empty());
 }
 
@@ -61,26 +56,23 @@ TEST_F(BindingTest, ServiceReferenceToAnUnknownClassFailsTheRequest) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("ctor", "Widget").Method("make(obj)").Arg("service", "INobodyKnows"),
                        Bean("prop", "Widget").Property("set(obj)", {Arg("service", "iknown")})}}});
-    FixtureLog::Reset();
     EXPECT_FALSE(factory_->GetBean("ctor", nullptr));
     EXPECT_FALSE(factory_->GetBean("prop", nullptr));
-    EXPECT_EQ(failures.Take(), (std::vector<std::string>{"ctor: No type id for class 'INobodyKnows' registered",
-                                                         "prop: No type id for class 'iknown' registered"}));
+    EXPECT_EQ(failures.Take(), (Lines{"ctor: No type id for class 'INobodyKnows' registered",
+                                      "prop: No type id for class 'iknown' registered"}));
     // The property's bean was made and then destroyed; the other never was.
-    EXPECT_EQ(Calls(),
-              (std::vector<std::string>{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1", "~Widget#1"}));
+    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1", "~Widget#1"}));
 }
 
-struct SDeclared {
-    const char* property;
-    std::vector<ZEM::SArgument> arguments;
-    const char* failure;  // empty if the bean binds
-};
-
 // Only plain values and nullptr read an entry of the declared types; bean and
-// service references read none and so can't be refused.
+// service references read none and so can't be refused. The wrapper is asked
+// once, with the number of all arguments; a property without any, too.
 TEST_F(BindingTest, DeclaredTypesAreReadByValuesOnly) {
-    const SDeclared cases[] = {
+    const struct {
+        const char* property;
+        std::vector<ZEM::SArgument> arguments;
+        const char* failure;  // empty if the bean binds
+    } cases[] = {
         {"refs(-)", {Arg("bean", "peer"), Arg("service", "IKnown")}, ""},
         {"mixed(-,i32)", {Arg("bean", "peer"), Arg("int", "5")}, "Missing argument type for property 'mixed(-,i32)'"},
         {"mixed(i32,-)", {Arg("bean", "peer"), Arg("int", "5")}, ""},
@@ -88,42 +80,17 @@ TEST_F(BindingTest, DeclaredTypesAreReadByValuesOnly) {
         {"nul(obj)", {Arg("nullptr")}, ""},
         {"other(s)", {Arg("int", "5")}, ""},  // a declared type that differs decides nothing
         {"two(i32,-)", {Arg("int", "1"), Arg("int", "2")}, "Missing argument type for property 'two(i32,-)'"},
+        {"touch", {}, ""},
     };
-    for (const SDeclared& row : cases) {
+    for (const auto& row : cases) {
         SCOPED_TRACE(row.property);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
         Load(*factory, {{RecordingLibrary(), {Bean("peer", "Peer"), Bean("w", "Widget").Property(row.property, row.arguments)}}});
         FixtureLog::Reset();
-        std::wstring message = MessageOf([&] { factory->Exists("w"); });
-        EXPECT_EQ(ZEM::Narrow(message), row.failure);
-        // The wrapper was asked once, with the number of all arguments.
+        EXPECT_EQ(ZEM::Narrow(MessageOf([&] { factory->Exists("w"); })), row.failure);
         EXPECT_EQ(FixtureLog::Starting("types "),
-                  std::vector<std::string>{"types Widget " + std::string(row.property) + "/" +
-                                           std::to_string(row.arguments.size())});
+                  Lines{"types Widget " + std::string(row.property) + "/" + std::to_string(row.arguments.size())});
     }
-}
-
-// A wrapper that declares a type for every argument lets any property
-// through; one the class lacks shows only when Invoke says false.
-TEST_F(BindingTest, APropertyTheClassLacksShowsOnlyAtInvoke) {
-    Failures failures(*factory_);
-    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Property("noSuchProperty", {Arg("int", "1")})}}});
-    EXPECT_TRUE(factory_->Exists("w"));
-    FixtureLog::Reset();
-    EXPECT_FALSE(factory_->GetBean("w", nullptr));
-    EXPECT_EQ(FixtureLog::Lines(),
-              (std::vector<std::string>{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
-                                        "invoke Widget Widget#1 noSuchProperty [ptr] -> false", "~Widget#1"}));
-    EXPECT_EQ(failures.Take().size(), 1u);
-}
-
-// A bean without properties never asks its wrapper about types, and a
-// property without arguments is invoked with none.
-TEST_F(BindingTest, PropertiesWithoutArguments) {
-    Load(*factory_, {{RecordingLibrary(), {Bean("plain", "Gadget"), Bean("w", "Widget").Property("touch", {})}}});
-    ASSERT_TRUE(factory_->GetBean("w", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("types "), std::vector<std::string>{"types Widget touch/0"});
-    EXPECT_EQ(FixtureLog::Starting("invoke "), std::vector<std::string>{"invoke Widget Widget#1 touch [] -> true"});
 }
 
 // A conversion that fails in the third of four arguments: the first two were
@@ -137,35 +104,33 @@ TEST_F(BindingTest, AFailedArgumentStopsBeforeTheConstructor) {
                                                  .Arg("bean", "peer")
                                                  .Arg("bool", "yes")
                                                  .Arg("int", "1")}}});
-    FixtureLog::Reset();
     EXPECT_FALSE(factory_->GetBean("w", nullptr));
-    std::vector<std::string> calls = Calls();
+    Lines calls = Calls();
     ASSERT_EQ(calls.size(), 4u);
     EXPECT_EQ(calls[0], "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#1");
     EXPECT_EQ(calls[1], "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2");
     // Both values go with the failed request.
     EXPECT_EQ(std::set<std::string>(calls.begin() + 2, calls.end()), (std::set<std::string>{"~Peer#1", "~Peer#2"}));
-    EXPECT_EQ(failures.Take(), std::vector<std::string>{"w: Invalid bool value"});
+    EXPECT_EQ(failures.Take(), Lines{"w: Invalid bool value"});
 }
 
-// A reference to a bean that isn't a singleton gives each object, and each
-// property call, a target of its own, made at the time of the call.
+// A reference to a bean that isn't a singleton gives each property call a
+// target of its own, made at the time of the call.
 TEST_F(BindingTest, ReferencesResolveAtEachCall) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("peer", "Peer"),
                        Bean("w", "Widget").Property("first(obj)", {Arg("bean", "peer")}).Property("second(obj)", {Arg("bean", "peer")})}}});
-    FixtureLog::Reset();
     ASSERT_TRUE(factory_->GetBean("w", nullptr));
-    EXPECT_EQ(Calls(), (std::vector<std::string>{
-                                       "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
-                                       "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
-                                       "invoke Widget Widget#1 first(obj) [obj(Peer#2)] -> true",
-                                       "~Peer#2",
-                                       "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#3",
-                                       "invoke Widget Widget#1 second(obj) [obj(Peer#3)] -> true",
-                                       "~Peer#3",
-                                       "~Widget#1",
-                                   }));
+    EXPECT_EQ(Calls(), (Lines{
+                           "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
+                           "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
+                           "invoke Widget Widget#1 first(obj) [obj(Peer#2)] -> true",
+                           "~Peer#2",
+                           "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#3",
+                           "invoke Widget Widget#1 second(obj) [obj(Peer#3)] -> true",
+                           "~Peer#3",
+                           "~Widget#1",
+                       }));
 }
 
 }  // namespace

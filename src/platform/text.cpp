@@ -2,6 +2,8 @@
 // narrow text, used by the XML layer.
 #include "platform/text.h"
 
+#include <cstring>
+
 namespace ZEM::platform {
 
 namespace {
@@ -35,6 +37,9 @@ bool LooksLikeUtf16(const unsigned char* bytes, std::size_t size) {
     if (size >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE) return true;
     if (size < 2) return false;
     std::size_t units = size / 2;
+    // Text without a zero byte in its units (all ASCII and UTF-8) can't pass;
+    // one fast scan settles the common case.
+    if (std::memchr(bytes, 0, units * 2) == nullptr) return false;
     std::size_t zeroHigh = 0;
     for (std::size_t i = 0; i < units; ++i) {
         unsigned char low = bytes[2 * i], high = bytes[2 * i + 1];

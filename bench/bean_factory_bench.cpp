@@ -119,32 +119,16 @@ void BM_GetBean_NonSingleton(benchmark::State& state) {
 BENCHMARK(BM_GetBean_NonSingleton);
 
 // The conversion of each argument of the car on its own.
-void BM_Bind_Int(benchmark::State& state) {
+void BM_Bind(benchmark::State& state, const char* type, const wchar_t* value) {
     auto factory = MakeFactory();
     CTypeRegistry types;
     types.SetObjectType(std::make_unique<ObjectType>(&types));
-    SArgument argument{"int", L"4"};
+    SArgument argument{type, value};
     for (auto _ : state) benchmark::DoNotOptimize(BindArgument(argument, factory.get(), &types, nullptr));
 }
-BENCHMARK(BM_Bind_Int);
-
-void BM_Bind_BeanReference(benchmark::State& state) {
-    auto factory = MakeFactory();
-    CTypeRegistry types;
-    types.SetObjectType(std::make_unique<ObjectType>(&types));
-    SArgument argument{"bean", L"engine"};
-    for (auto _ : state) benchmark::DoNotOptimize(BindArgument(argument, factory.get(), &types, nullptr));
-}
-BENCHMARK(BM_Bind_BeanReference);
-
-void BM_Bind_String(benchmark::State& state) {
-    auto factory = MakeFactory();
-    CTypeRegistry types;
-    types.SetObjectType(std::make_unique<ObjectType>(&types));
-    SArgument argument{"const char*", L"family"};
-    for (auto _ : state) benchmark::DoNotOptimize(BindArgument(argument, factory.get(), &types, nullptr));
-}
-BENCHMARK(BM_Bind_String);
+BENCHMARK_CAPTURE(BM_Bind, Int, "int", L"4");
+BENCHMARK_CAPTURE(BM_Bind, BeanReference, "bean", L"engine");
+BENCHMARK_CAPTURE(BM_Bind, String, "const char*", L"family");
 
 }  // namespace
 

@@ -23,6 +23,7 @@
 #include "zem/container.h"
 #include "zem/kit/arguments.h"
 #include "zem/kit/calls.h"
+#include "zem/kit/symbol.h"
 #include "zem/kit/wrapper.h"
 #include "zem/library.h"
 #include "zem/object.h"
@@ -139,20 +140,6 @@ IBeanWrapper* NewWrapper(CClass<T> binding, const char* className) {
 
 namespace kit {
 
-// The symbol under which the container looks for the maker of `className`:
-// "create_" + the name with each "::" written "_" + "_Wrapper".
-inline std::string MakerSymbol(std::string_view className) {
-    std::string symbol = "create_";
-    for (std::size_t i = 0; i < className.size(); ++i) {
-        if (className[i] == ':' && i + 1 < className.size() && className[i + 1] == ':') {
-            symbol.push_back('_');
-            ++i;
-        } else {
-            symbol.push_back(className[i]);
-        }
-    }
-    return symbol + "_Wrapper";
-}
 
 template <class B>
 inline constexpr bool kIsBinding = false;

@@ -18,6 +18,18 @@ namespace ZEM {
 
 namespace {
 
+// Reads the `count` children `argument` of `element`, in document order, into `into`.
+void ReadArgumentElements(CConfiguration& configuration, const XMLNode& element, int count, SBean& bean,
+                          const ParameterMap& parameters, SLibrary* library, std::vector<SArgument>& into) {
+    std::int32_t position = 0;
+    for (int i = 0; i < count; ++i) {
+        XMLNode child = element.NextChild("argument", &position);
+        SArgument argument;
+        ReadArgument(configuration, child, argument, bean, parameters, library);
+        into.push_back(std::move(argument));
+    }
+}
+
 bool HasText(const char* value) { return value != nullptr && *value != '\0'; }
 
 // An inner bean: an anonymous definition that exists for one argument. Its
@@ -52,13 +64,7 @@ void ReadConstructorArguments(CConfiguration& configuration, const XMLNode& elem
     if (count == 0)
         throw CException(Message(L"Error while parsing constructor arguments of bean '", bean.name,
                                  L"': There are no arguments"));
-    std::int32_t position = 0;
-    for (int i = 0; i < count; ++i) {
-        XMLNode child = element.NextChild("argument", &position);
-        SArgument argument;
-        ReadArgument(configuration, child, argument, bean, parameters, library);
-        bean.arguments.push_back(std::move(argument));
-    }
+    ReadArgumentElements(configuration, element, count, bean, parameters, library, bean.arguments);
 }
 
 void ReadProperties(CConfiguration& configuration, const XMLNode& element, SBean& bean,
@@ -99,14 +105,8 @@ void ReadProperty(CConfiguration& configuration, const XMLNode& element, SBean& 
         ReadArgument(configuration, element, argument, bean, parameters, library);
         property.arguments.push_back(std::move(argument));
     } else {
-        const int count = arguments.ChildCount("argument");
-        std::int32_t position = 0;
-        for (int i = 0; i < count; ++i) {
-            XMLNode child = arguments.NextChild("argument", &position);
-            SArgument argument;
-            ReadArgument(configuration, child, argument, bean, parameters, library);
-            property.arguments.push_back(std::move(argument));
-        }
+        ReadArgumentElements(configuration, arguments, arguments.ChildCount("argument"), bean, parameters, library,
+                             property.arguments);
     }
     if (property.arguments.empty()) throw CException(L"Error while parsing property: Missing arguments");
 

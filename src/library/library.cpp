@@ -7,6 +7,7 @@
 #include "foundation/string_convert.h"
 #include "platform/module.h"
 #include "types/bean_type.h"
+#include "zem/kit/symbol.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -51,20 +52,7 @@ CLocalLibrary& LocalLibrary() { return CLocalLibrary::Instance(); }
 
 ILibraryConfiguration& GetLocalLibrary() { return LocalLibrary(); }
 
-std::string MakerSymbol(const std::string& className) {
-    std::string symbol = "create_";
-    symbol.reserve(className.size() + 16);
-    for (std::size_t i = 0; i < className.size(); ++i) {
-        if (className[i] == ':' && i + 1 < className.size() && className[i + 1] == ':') {
-            symbol.push_back('_');
-            ++i;
-        } else {
-            symbol.push_back(className[i]);
-        }
-    }
-    symbol += "_Wrapper";
-    return symbol;
-}
+std::string MakerSymbol(const std::string& className) { return kit::MakerSymbol(className); }
 
 namespace {
 

@@ -44,6 +44,13 @@ struct SChildRule {
     bool firstOnly;
 };
 
+// The rule for a child called `name` (lower case), or null if none stands here.
+const SChildRule* FindRule(const std::vector<SChildRule>& rules, const std::string& name) {
+    for (const SChildRule& rule : rules)
+        if (name == rule.name) return &rule;
+    return nullptr;
+}
+
 struct SPlaceRule {
     std::vector<const char*> attributes;
     std::vector<SChildRule> children;
@@ -210,9 +217,7 @@ public:
         for (int i = 0; i < node.ChildCount(); ++i) {
             const ZEM::XMLNode child = node.ChildAtIndex(i);
             const std::string name = Lower(child.Name());
-            const SChildRule* rule = nullptr;
-            for (const SChildRule& candidate : rules)
-                if (name == candidate.name) rule = &candidate;
+            const SChildRule* rule = FindRule(rules, name);
             if (rule == nullptr) {
                 NotRead(node, child, rules);
                 continue;
@@ -325,9 +330,7 @@ private:
         for (int i = 0; i < node.ChildCount(); ++i) {
             const ZEM::XMLNode child = node.ChildAtIndex(i);
             const std::string name = Lower(child.Name());
-            const SChildRule* rule = nullptr;
-            for (const SChildRule& candidate : rules)
-                if (name == candidate.name) rule = &candidate;
+            const SChildRule* rule = FindRule(rules, name);
             if (rule == nullptr) {
                 NotRead(node, child, rules);
             } else if (!decides.IsEmpty() && child.SourceOffset() == decides.SourceOffset()) {

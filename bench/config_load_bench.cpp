@@ -91,6 +91,28 @@ void BM_ParseFileOnly(benchmark::State& state) {
 }
 BENCHMARK(BM_ParseFileOnly)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
+// The readers and the merge alone, on a tree parsed once: the load less the parse.
+void BM_ReadParsedTree(benchmark::State& state) {
+    const int beans = static_cast<int>(state.range(0));
+    const std::string path = ZEM::Narrow(Documents().PathFor(beans));
+    ZEM::SXmlParseResult result;
+    ZEM::XMLNode root = ZEM::ParseFile(path.c_str(), "zem", &result);
+    if (root.IsEmpty()) {
+        state.SkipWithError("could not parse the document");
+        return;
+    }
+    for (auto _ : state) {
+        ZEM::CConfiguration target(nullptr);
+        ZEM::CConfiguration read(nullptr);
+        ZEM::ReadLibraries(read, root);
+        target.MergeConfiguration(read);
+        benchmark::DoNotOptimize(target.Store().libraries.size());
+    }
+    state.counters["per_bean"] = benchmark::Counter(
+        static_cast<double>(beans), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_ReadParsedTree)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 
 BENCHMARK_MAIN();

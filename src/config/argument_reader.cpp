@@ -21,6 +21,7 @@ namespace {
 // Reads the `count` children `argument` of `element`, in document order, into `into`.
 void ReadArgumentElements(CConfiguration& configuration, const XMLNode& element, int count, SBean& bean,
                           const ParameterMap& parameters, SLibrary* library, std::vector<SArgument>& into) {
+    into.reserve(into.size() + static_cast<std::size_t>(count));
     std::int32_t position = 0;
     for (int i = 0; i < count; ++i) {
         XMLNode child = element.NextChild("argument", &position);

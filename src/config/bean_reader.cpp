@@ -3,6 +3,7 @@
 // reports the same one first.
 #include "config/bean_reader.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -94,6 +95,13 @@ bool SubstitutedFlag(const char* text, const ParameterMap& parameters) {
 void ReadBeans(CConfiguration& configuration, const XMLNode& element, SLibrary* library,
                const ParameterMap& parameters) {
     static const std::vector<const char*> kTags{"bean", "service"};
+    // Most beans stay in the element's library; room for them at once spares
+    // moving every record again as the list grows. Loops come here once per
+    // iteration, so the room still grows geometrically.
+    std::vector<SBean>& beans = library->beans;
+    const std::size_t needed = beans.size() + static_cast<std::size_t>(element.ChildCount("bean")) +
+                               static_cast<std::size_t>(element.ChildCount("service"));
+    if (needed > beans.capacity()) beans.reserve(std::max(needed, 2 * beans.capacity()));
     ForEachElement(
         element, kTags, parameters,
         [&](const XMLNode& child) {
@@ -123,7 +131,7 @@ SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean&
         owner = configuration.FindOrAddLibrary(className.substr(at + 1));
         className.resize(at);
     }
-    bean.className = className;
+    bean.className = std::move(className);
 
     bean.name = ReadName(element, parameters, innerName);
 

@@ -51,8 +51,13 @@ void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
     while (p < end) {
         unsigned char b = *p;
         if (b < 0x80) {
-            out.push_back(static_cast<wchar_t>(b));
-            ++p;
+            // A run of ASCII is widened in one step.
+            const unsigned char* run = p + 1;
+            while (run < end && *run < 0x80) ++run;
+            const std::size_t at = out.size();
+            out.resize(at + static_cast<std::size_t>(run - p));
+            wchar_t* into = out.data() + at;
+            for (; p < run; ++p) *into++ = static_cast<wchar_t>(*p);
             continue;
         }
         int need;

@@ -31,7 +31,12 @@ char* Adopt(CXmlArena* arena, char* text) {
 std::size_t LengthOf(const char* name) { return name != nullptr ? std::strlen(name) : 0; }
 
 bool SameName(const char* stored, const char* wanted) {
-    return stored != nullptr && platform::CompareNoCase(stored, wanted) == 0;
+    return stored != nullptr && platform::EqualNoCase(stored, wanted);
+}
+
+// A child's name is compared only when its length is that of the wanted one.
+bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
+    return child->nameLength == wantedLength && SameName(child->name, wanted);
 }
 
 const XMLNode kEmptyNode;
@@ -69,19 +74,21 @@ const char* XMLNode::Name() const noexcept { return data_ != nullptr ? data_->na
 
 int XMLNode::ChildCount(const char* name) const noexcept {
     if (data_ == nullptr || name == nullptr) return 0;
+    const std::size_t length = std::strlen(name);
     int count = 0;
     for (std::int32_t i = 0; i < data_->childCount; ++i) {
-        if (SameName(data_->children[i]->name, name)) ++count;
+        if (SameName(data_->children[i], name, length)) ++count;
     }
     return count;
 }
 
 XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexcept {
     if (data_ == nullptr || name == nullptr) return XMLNode();
+    const std::size_t length = std::strlen(name);
     std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
     for (std::int32_t i = start; i < data_->childCount; ++i) {
         SXmlNodeData* child = data_->children[i];
-        if (SameName(child->name, name)) {
+        if (SameName(child, name, length)) {
             if (position != nullptr) *position = i + 1;
             Retain(child);
             return XMLNode(child);
@@ -92,14 +99,15 @@ XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexc
 
 XMLNode XMLNode::ChildAt(const char* name, std::int32_t position) const noexcept {
     if (data_ == nullptr || name == nullptr) return XMLNode();
+    const std::size_t length = std::strlen(name);
     SXmlNodeData* found = nullptr;
     if (position < 0) {
         for (std::int32_t i = data_->childCount - 1; i >= 0 && found == nullptr; --i) {
-            if (SameName(data_->children[i]->name, name)) found = data_->children[i];
+            if (SameName(data_->children[i], name, length)) found = data_->children[i];
         }
     } else {
         for (std::int32_t i = 0; i < data_->childCount && found == nullptr; ++i) {
-            if (SameName(data_->children[i]->name, name) && position-- == 0) found = data_->children[i];
+            if (SameName(data_->children[i], name, length) && position-- == 0) found = data_->children[i];
         }
     }
     if (found == nullptr) return XMLNode();

@@ -12,11 +12,8 @@ void CInstanceCensus::Add(const char* name, IObject* object) {
 
 void CInstanceCensus::Remove(IObject* object) {
     std::lock_guard<std::mutex> guard(lock_);
-    if (byObject_.IsEmpty()) return;
-    std::string* found = byObject_.Find(object);
-    if (found == nullptr) return;
-    std::string name = std::move(*found);
-    byObject_.Erase(object);
+    std::string name;
+    if (!byObject_.Erase(object, &name)) return;
     if (byName_.IsEmpty()) return;
     if (SCounters* counters = byName_.Find(std::string_view(name))) {
         if (--counters->alive == 0) byName_.Erase(std::string_view(name));

@@ -95,9 +95,10 @@ public:
         return node != nullptr ? &node->value : nullptr;
     }
 
-    // Removes `key`; false if it was absent. The node returns to the pool.
+    // Removes `key`; false if it was absent. The node returns to the pool,
+    // its value first moved to `taken` if that is given.
     template <class K>
-    bool Erase(const K& key) {
+    bool Erase(const K& key, Value* taken = nullptr) {
         if (count_ == 0) return false;
         std::uint64_t hash = Hash::Hash(key);
         std::uint32_t b = static_cast<std::uint32_t>(hash) & bucketMask_;
@@ -116,11 +117,7 @@ public:
         // Unlink from the `next` chain: the predecessor is the previous node of
         // this bucket, else the last node of the nearest non-empty bucket below.
         Node* previous = before;
-        if (previous == nullptr && b != firstBucket_) {
-            std::uint32_t i = b - 1;  // firstBucket_ < b is non-empty, so this stops
-            while (buckets_[i] == nullptr) --i;
-            previous = LastOfChain(buckets_[i]);
-        }
+        if (previous == nullptr && b != firstBucket_) previous = LastNodeBelow(b);
         if (previous != nullptr) previous->next = node->next;
         if (b == firstBucket_ && buckets_[b] == nullptr) {
             firstBucket_ = node->next != nullptr
@@ -128,6 +125,7 @@ public:
                                : kNoBucket;
         }
         --count_;
+        if (taken != nullptr) *taken = std::move(node->value);
         node->value.~Value();
         node->key.~Key();
         GiveBack(node);
@@ -163,6 +161,21 @@ private:
     static Node* LastOfChain(Node* node) noexcept {
         while (node->chain != nullptr) node = node->chain;
         return node;
+    }
+
+    // The last node in `next` order of the buckets below `b`; firstBucket_
+    // must be below `b`. In a sparse map (few entries, many buckets) walking
+    // the entries from the head is shorter than searching the buckets down.
+    Node* LastNodeBelow(std::uint32_t b) const noexcept {
+        if (static_cast<std::uint64_t>(count_) * 8 < b - firstBucket_) {
+            Node* last = buckets_[firstBucket_];
+            while (last->next != nullptr && (static_cast<std::uint32_t>(last->next->hash) & bucketMask_) < b)
+                last = last->next;
+            return last;
+        }
+        std::uint32_t i = b - 1;
+        while (buckets_[i] == nullptr) --i;  // stops at firstBucket_ at the latest
+        return LastOfChain(buckets_[i]);
     }
 
     template <class K>
@@ -241,9 +254,7 @@ private:
             node->next = buckets_[firstBucket_];
             firstBucket_ = b;
         } else {
-            std::uint32_t i = b - 1;
-            while (buckets_[i] == nullptr) --i;  // stops at firstBucket_ at the latest
-            Node* last = LastOfChain(buckets_[i]);
+            Node* last = LastNodeBelow(b);
             node->next = last->next;
             last->next = node;
         }

@@ -104,9 +104,20 @@ void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
 
 void EncodeUtf8(const wchar_t* text, std::size_t length, std::string& out) {
     MakeRoom(out, length);
-    for (std::size_t i = 0; i < length; ++i) {
-        auto c = static_cast<std::uint32_t>(text[i]);
-        Encode(static_cast<char32_t>(c), out);
+    std::size_t i = 0;
+    while (i < length) {
+        // A run of ASCII is narrowed in one step.
+        std::size_t run = i;
+        while (run < length && static_cast<std::uint32_t>(text[run]) < 0x80) ++run;
+        if (run != i) {
+            const std::size_t at = out.size();
+            out.resize(at + (run - i));
+            char* into = out.data() + at;
+            for (; i < run; ++i) *into++ = static_cast<char>(text[i]);
+            continue;
+        }
+        Encode(static_cast<char32_t>(static_cast<std::uint32_t>(text[i])), out);
+        ++i;
     }
 }
 

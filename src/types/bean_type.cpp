@@ -69,15 +69,36 @@ std::unique_ptr<ValueHolder> BindArgument(const SArgument& argument, IBeanFactor
     return std::make_unique<ValueHolder>(EvaluateArgument(argument, factory, types, library));
 }
 
+namespace {
+
+// Address lists of finished calls, kept by each thread for its next calls so
+// that a call with arguments seldom allocates. Calls nest (an argument that
+// refers to a bean makes that bean), hence several.
+struct SSpareLists {
+    static constexpr int kKept = 8;
+    // Calls made while the thread's objects are being destroyed keep nothing.
+    ~SSpareLists() { closed = true; }
+    std::vector<void*> lists[kKept];
+    int count = 0;
+    bool closed = false;
+};
+thread_local SSpareLists t_spareLists;
+
+}  // namespace
+
 CCallArguments::CCallArguments(const std::vector<SArgument>& arguments, IBeanFactory* factory,
                                CTypeRegistry* types, const SLibrary* library) {
     if (arguments.empty()) return;
-    values_.reserve(arguments.size());
-    holders_.reserve(arguments.size());
+    SSpareLists& spare = t_spareLists;
+    if (spare.count != 0 && !spare.closed) values_ = std::move(spare.lists[--spare.count]);
     try {
+        values_.reserve(arguments.size());
+        if (arguments.size() > kInPlace) more_.reserve(arguments.size() - kInPlace);
         for (const SArgument& argument : arguments) {
-            holders_.push_back(EvaluateArgument(argument, factory, types, library));
-            values_.push_back(holders_.back().GetValue());
+            ValueHolder& holder = held_ < kInPlace ? inPlace_[held_] : more_.emplace_back();
+            ++held_;
+            holder = EvaluateArgument(argument, factory, types, library);
+            values_.push_back(holder.GetValue());
         }
     } catch (...) {
         Release();  // the destructor doesn't run for a constructor that throws
@@ -87,7 +108,14 @@ CCallArguments::CCallArguments(const std::vector<SArgument>& arguments, IBeanFac
 
 void CCallArguments::Release() noexcept {
     values_.clear();
-    while (!holders_.empty()) holders_.pop_back();
+    while (held_ > kInPlace) {
+        more_.pop_back();
+        --held_;
+    }
+    while (held_ > 0) inPlace_[--held_] = ValueHolder();
+    SSpareLists& spare = t_spareLists;
+    if (values_.capacity() != 0 && spare.count < SSpareLists::kKept && !spare.closed)
+        spare.lists[spare.count++] = std::move(values_);
 }
 
 bool ApplyProperty(const SProperty& property, IBeanFactory* factory, IObject* object, const IBeanWrapper& wrapper,

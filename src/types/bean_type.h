@@ -37,6 +37,7 @@ struct SBeanType : SBean {
 // Owns one value for the length of one call.
 class ValueHolder {
 public:
+    ValueHolder() = default;
     explicit ValueHolder(std::shared_ptr<IValuePointer> value) : value_(std::move(value)) {}
     void* GetValue() const { return value_ ? value_->GetValue() : nullptr; }
 
@@ -68,8 +69,13 @@ public:
     void Release() noexcept;
 
 private:
-    std::vector<void*> values_;
-    std::vector<ValueHolder> holders_;
+    // Most calls have a few arguments: their holders live in place.
+    static constexpr std::size_t kInPlace = 4;
+
+    std::vector<void*> values_;  // a list kept by the thread from an earlier call, if any
+    ValueHolder inPlace_[kInPlace];
+    std::vector<ValueHolder> more_;
+    std::size_t held_ = 0;
 };
 
 // Evaluates the property's arguments and invokes it on `object`.

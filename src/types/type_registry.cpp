@@ -67,8 +67,10 @@ T stringToDouble(const wchar_t* text) {
 
 template <class T>
 T stringToString(const wchar_t* text) {
-    if constexpr (std::is_same_v<T, KtStr>)
+    if constexpr (std::is_same_v<T, KtStr>) {
+        if (CShortNarrow shortText(text); shortText.Fits()) return KtStr(shortText.c_str(), shortText.size());
         return NarrowStr(text);
+    }
     else
         return T(text);
 }
@@ -88,6 +90,17 @@ std::string Normalise(const char* name) {
     for (const char* p = name; *p != 0; ++p)
         if (*p != ' ') key.push_back(*p);
     return key;
+}
+
+// The words that name the object type: a reference to a bean or a service,
+// or the null reference.
+bool IsObjectWord(const char* name) {
+    switch (name[0]) {
+        case 'b': return std::strcmp(name, "bean") == 0;
+        case 's': return std::strcmp(name, "service") == 0;
+        case 'n': return std::strcmp(name, "nullptr") == 0;
+        default: return false;
+    }
 }
 
 }  // namespace
@@ -121,16 +134,21 @@ CTypeRegistry::CTypeRegistry() {
 
 CTypeRegistry::~CTypeRegistry() { objectType_.reset(); }
 
+const std::unique_ptr<IType>* CTypeRegistry::FindWithoutBlanks(const char* name) const {
+    // A short name (all of them in the table) loses its blanks on the stack.
+    char key[64];
+    std::size_t length = 0;
+    const char* p = name;
+    for (; *p != 0 && length < sizeof key; ++p)
+        if (*p != ' ') key[length++] = *p;
+    if (*p == 0) return types_.Find(std::string_view(key, length));
+    return types_.Find(std::string_view(Normalise(name)));
+}
+
 IType* CTypeRegistry::FindType(const char* name) const {
     if (name == nullptr) name = "";
-    if (std::strcmp(name, "service") == 0 || std::strcmp(name, "bean") == 0 || std::strcmp(name, "nullptr") == 0) {
-        if (objectType_) return objectType_.get();
-    }
-    if (std::strchr(name, ' ') == nullptr) {
-        if (const auto* type = types_.Find(name)) return type->get();
-    } else if (const auto* type = types_.Find(std::string_view(Normalise(name)))) {
-        return type->get();
-    }
+    if (objectType_ && IsObjectWord(name)) return objectType_.get();
+    if (const auto* type = FindWithoutBlanks(name)) return type->get();
     throw CException(Message(L"Could not find type bean '", name, L"'"));
 }
 

@@ -32,6 +32,8 @@ public:
     IType* FindType(const char* name) const;
 
 private:
+    const std::unique_ptr<IType>* FindWithoutBlanks(const char* name) const;
+
     KtMap<KtStr, std::unique_ptr<IType>> types_;
     std::unique_ptr<IType> objectType_;  // destroyed before types_
 };

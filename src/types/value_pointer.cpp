@@ -9,6 +9,10 @@
 namespace ZEM {
 
 CBeanPointer::CBeanPointer(IBeanFactory* factory, const wchar_t* name, const SLibrary* library) {
+    if (CShortNarrow shortName(name); shortName.Fits()) {
+        object_ = RequestReference(factory, shortName.c_str(), library);
+        return;
+    }
     std::string narrow = Narrow(name);
     object_ = RequestReference(factory, narrow.c_str(), library);
 }

@@ -165,4 +165,18 @@ TEST(KtMap, AgreesWithReferenceUnderRandomOperations) {
     for (auto& node : map) seen[node.key.c_str()] = node.value;
     EXPECT_EQ(seen, reference);
     ExpectChainInBucketOrder(map);
+
+    // Few entries among many buckets: links and unlinks find their place
+    // along the entries rather than down the buckets.
+    for (const auto& [key, value] : std::map<std::string, int>(reference)) {
+        map.Erase(key);
+        reference.erase(key);
+    }
+    for (int step = 0; step < 2000; ++step) {
+        std::string key = Key(static_cast<int>(random() % 8));
+        if (random() % 2 != 0) map[key] = reference[key] = step;
+        else ASSERT_EQ(map.Erase(key), reference.erase(key) == 1) << "step " << step;
+        ExpectChainInBucketOrder(map);
+        ASSERT_EQ(map.Size(), reference.size());
+    }
 }

@@ -2,23 +2,36 @@
 // beans element holds `beans` bean definitions, each with attributes, one or
 // two constructor arguments (a value, and for every other bean a reference to
 // the bean before it), and a property whose value holds entities. The text is
-// the same for the same count, so figures from different runs compare.
+// the same for the same count and options, so figures from different runs
+// compare.
 #pragma once
 
+#include <optional>
 #include <string>
 
-inline std::string GenerateConfiguration(int beans) {
+// What may vary between documents of one count. The defaults give the text
+// of GenerateConfiguration(beans), which the load benchmarks read.
+struct SGeneratorOptions {
+    // The library's `path`; none writes a `library` without one, which names
+    // the running program.
+    std::optional<std::string> libraryPath = "libservices.so";
+    // Every bean lazy="false"; otherwise every tenth.
+    bool allEager = false;
+};
+
+inline std::string GenerateConfiguration(int beans, const SGeneratorOptions& options) {
     std::string out;
     out.reserve(static_cast<std::size_t>(beans) * 560 + 512);
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     out += "<!-- Generated configuration with " + std::to_string(beans) + " beans. -->\n";
     out += "<zem>\n";
-    out += "  <library path=\"libservices.so\">\n";
+    out += options.libraryPath ? "  <library path=\"" + *options.libraryPath + "\">\n" : "  <library>\n";
     out += "    <beans>\n";
     for (int i = 0; i < beans; ++i) {
         const std::string n = std::to_string(i);
         out += "      <bean name=\"service" + n + "\" class=\"app::services::Service" + std::to_string(i % 97) +
-               "\" singleton=\"true\" lazy=\"" + (i % 10 == 0 ? "false" : "true") + "\" init-method=\"Start\">\n";
+               "\" singleton=\"true\" lazy=\"" + (options.allEager || i % 10 == 0 ? "false" : "true") +
+               "\" init-method=\"Start\">\n";
         out += "        <constructor-arg>\n";
         out += "          <argument><value type=\"int\">" + n + "</value></argument>\n";
         if (i % 2 == 1) {
@@ -38,3 +51,5 @@ inline std::string GenerateConfiguration(int beans) {
     out += "</zem>\n";
     return out;
 }
+
+inline std::string GenerateConfiguration(int beans) { return GenerateConfiguration(beans, SGeneratorOptions{}); }

@@ -1,24 +1,12 @@
 // Reading constructor arguments, properties and the four value forms,
 // including inner beans and their place in the library's list.
-#include <gtest/gtest.h>
-
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "reader_test_support.h"
 
 namespace {
 
-using zem_test::BeanNames;
-using zem_test::FindBean;
-using zem_test::FindLibrary;
-using zem_test::ReadText;
-using Names = std::vector<std::string>;
-
-std::string InBeans(const std::string& body) {
-    return "<zem><library path='x.so'><beans>" + body + "</beans></library></zem>";
-}
+using namespace zem_test;
 
 // Each argument as "type=value".
 Names Arguments(const std::vector<ZEM::SArgument>& arguments) {
@@ -56,19 +44,8 @@ TEST(ArgumentReader, ValueFormsAndTheFirstFormInFixedOrderDecides) {
     EXPECT_EQ(BeanNames(*FindLibrary(configuration, "x.so")), Names{"b"});
 }
 
-TEST(ArgumentReader, ValuesSubstituteInsideLoops) {
-    auto configuration = ReadText(InBeans(
-        "<foreach set='7| ' substitute='v'><bean name='b%v%' class='C'><constructor-arg>"
-        "<argument><value type='%v%int'>%v%0</value></argument><argument><ref bean='%v%'/></argument>"
-        "</constructor-arg><properties><property name='%v%'><nullptr/></property></properties></bean></foreach>"));
-    EXPECT_EQ(Arguments(FindBean(configuration, "b7")->arguments), (Names{"7int=70", "bean=7"}));
-    // Empty after substitution but not as written: no error.
-    const auto* empty = FindBean(configuration, "b");
-    ASSERT_NE(empty, nullptr);
-    EXPECT_EQ(Arguments(empty->arguments), (Names{"int=0", "bean="}));
-    EXPECT_EQ(empty->properties.at(0).name, "");
-}
-
+// Properties come plain first, then from `for`, then from `foreach` loops;
+// values substitute inside loops, and may be empty after substitution.
 TEST(ArgumentReader, PropertiesKeepTheirOrderAndForms) {
     auto configuration = ReadText(InBeans(
         "<bean name='b' class='C'><properties>"
@@ -79,7 +56,10 @@ TEST(ArgumentReader, PropertiesKeepTheirOrderAndForms) {
         "<property name='Endpoint'><value type='int'>0</value><arguments>"
         "<argument><value type='const char*'>main</value></argument><argument><ref bean='r'/></argument>"
         "</arguments></property>"
-        "</properties><properties><property name='ignored'><nullptr/></property></properties></bean>"));
+        "</properties><properties><property name='ignored'><nullptr/></property></properties></bean>"
+        "<foreach set='7| ' substitute='v'><bean name='v%v%' class='C'><constructor-arg>"
+        "<argument><value type='%v%int'>%v%0</value></argument><argument><ref bean='%v%'/></argument>"
+        "</constructor-arg><properties><property name='%v%'><nullptr/></property></properties></bean></foreach>"));
     const auto* bean = FindBean(configuration, "b");
     ASSERT_NE(bean, nullptr);
     Names names;
@@ -88,6 +68,12 @@ TEST(ArgumentReader, PropertiesKeepTheirOrderAndForms) {
     EXPECT_EQ(Arguments(bean->properties[0].arguments), Names{"double=1.5"});  // `value` wins over `nullptr`
     EXPECT_EQ(Arguments(bean->properties[1].arguments), (Names{"const char*=main", "bean=r"}));  // `arguments` wins
     EXPECT_EQ(Arguments(bean->properties[4].arguments), Names{"int=2"});
+
+    EXPECT_EQ(Arguments(FindBean(configuration, "v7")->arguments), (Names{"7int=70", "bean=7"}));
+    const auto* empty = FindBean(configuration, "v");  // empty after substitution but not as written: no error
+    ASSERT_NE(empty, nullptr);
+    EXPECT_EQ(Arguments(empty->arguments), (Names{"int=0", "bean="}));
+    EXPECT_EQ(empty->properties.at(0).name, "");
 }
 
 TEST(ArgumentReader, InnerBeansStandBeforeTheirHoldersWithFixedFlags) {
@@ -107,14 +93,13 @@ TEST(ArgumentReader, InnerBeansStandBeforeTheirHoldersWithFixedFlags) {
     EXPECT_TRUE(IsInnerName(other.name, "Other%@y.so")) << other.name;  // the class as written
     EXPECT_EQ(other.className, "Other%");
 
+    // Only the class, the factory method and the init method are read; an
+    // inner bean is never a singleton, never eager and always exported.
     const auto& middle = beans[2];
-    EXPECT_EQ(middle.factoryMethod, "Make");
-    EXPECT_EQ(middle.initMethod, "Init");
-    EXPECT_FALSE(middle.singleton);
-    EXPECT_TRUE(middle.lazy && middle.exported);
+    EXPECT_EQ(middle.factoryMethod + "|" + middle.initMethod, "Make|Init");
+    EXPECT_TRUE(!middle.singleton && middle.lazy && middle.exported);
     EXPECT_EQ(Arguments(middle.arguments), Names{"bean=" + beans[1].name});
     EXPECT_EQ(Arguments(beans[3].arguments), (Names{"bean=" + middle.name, "bean=" + other.name}));
-    // An inner bean is never eager.
     EXPECT_EQ(configuration.Store().eagerBeans, Names{"outer"});
 }
 

@@ -1,38 +1,18 @@
 // Reading whole documents: text and files, the include paths and their order,
 // the failures of the document level. Files are real, in a temporary folder.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <string>
-#include <vector>
 
 #include "reader_test_support.h"
 
 namespace {
 
-using zem_test::BeanNames;
-using zem_test::FindBean;
-using zem_test::FindLibrary;
-using zem_test::LibraryPaths;
-using zem_test::MessageOf;
-using zem_test::ReadText;
-using zem_test::TempFolder;
-using Names = std::vector<std::string>;
-using ZEM::CConfiguration;
-
-CConfiguration ReadFile(const std::wstring& path) { return ZEM::ReadConfigurationFile(nullptr, path.c_str()); }
-
-std::wstring FileMessage(const std::wstring& path) {
-    return MessageOf([&] { ReadFile(path); });
-}
+using namespace zem_test;
 
 // A document of one library "m.so" holding `beans`, after `includes`.
 std::string Document(const std::string& includes, const std::string& beans) {
     return "<zem>" + includes + "<library path='m.so'><beans>" + beans + "</beans></library></zem>";
 }
-
 std::string Include(const std::string& path) { return "<include path='" + path + "'/>"; }
 std::string Bean(const std::string& name) { return "<bean name='" + name + "' class='C'/>"; }
 
@@ -41,40 +21,44 @@ Names MainBeans(const CConfiguration& configuration) {
     return library != nullptr ? BeanNames(*library) : Names{};
 }
 
-TEST(DocumentReader, TextIgnoresIncludes) {
-    CConfiguration configuration = ReadText(
-        Document(Include("/nonexistent/file.xml") + "<include/><include path=''/>", Bean("own")));
+class DocumentReader : public ::testing::Test {
+protected:
+    TempDir folder_;
+    const std::wstring prefix_ = ZEM::Widen(folder_.Path(""));  // with a trailing '/'
+};
+
+TEST_F(DocumentReader, TextIgnoresIncludes) {
+    CConfiguration configuration =
+        ReadText(Document(Include("/nonexistent/file.xml") + "<include/><include path=''/>", Bean("own")));
     EXPECT_EQ(MainBeans(configuration), Names{"own"});
     EXPECT_TRUE(configuration.Store().path.empty());
 }
 
-TEST(DocumentReader, IncludesAreRelativeLinkByLinkWithBackslashes) {
-    TempFolder folder;
-    folder.Write("conf/main.xml", Document(Include("sub/a.xml"), Bean("main")));
-    folder.Write("conf/sub/a.xml", Document(Include("b.xml"), Bean("a")));
-    folder.Write("conf/sub/b.xml", Document("", Bean("b")));
-    const std::wstring path = folder.Prefix() + L"conf\\main.xml";
+TEST_F(DocumentReader, IncludesAreRelativeLinkByLinkWithBackslashes) {
+    folder_.Write("conf/main.xml", Document(Include("sub/a.xml"), Bean("main")));
+    folder_.Write("conf/sub/a.xml", Document(Include("b.xml"), Bean("a")));
+    folder_.Write("conf/sub/b.xml", Document("", Bean("b")));
+    const std::wstring path = prefix_ + L"conf\\main.xml";
     CConfiguration configuration = ReadFile(path);
     EXPECT_EQ(MainBeans(configuration), (Names{"b", "a", "main"}));
     EXPECT_EQ(configuration.Store().path, path);
+    EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"conf/main.xml")), (Names{"b", "a", "main"}));
     // Messages show the path as joined: only the include's text is changed.
-    std::filesystem::remove(folder.Root() / "conf/sub/b.xml");
-    EXPECT_EQ(FileMessage(path), L"File '" + folder.Prefix() + L"conf\\sub\\b.xml' not found");
-    EXPECT_EQ(FileMessage(folder.Prefix() + L"conf/sub/a.xml"),
-              L"File '" + folder.Prefix() + L"conf/sub/b.xml' not found");
+    std::filesystem::remove(folder_.Path("conf/sub/b.xml"));
+    EXPECT_EQ(FileMessage(path), L"File '" + prefix_ + L"conf\\sub\\b.xml' not found");
+    EXPECT_EQ(FileMessage(prefix_ + L"conf/sub/a.xml"), L"File '" + prefix_ + L"conf/sub/b.xml' not found");
     // The last backslash beats a later slash.
-    folder.Write("a/b/c.xml", Document(Include("x.xml"), ""));
-    folder.Write("a/x.xml", Document("", Bean("from-a")));
-    folder.Write("a/b/x.xml", Document("", Bean("from-a-b")));
-    EXPECT_EQ(MainBeans(ReadFile(folder.Prefix() + L"a\\b/c.xml")), Names{"from-a"});
+    folder_.Write("a/b/c.xml", Document(Include("x.xml"), ""));
+    folder_.Write("a/x.xml", Document("", Bean("from-a")));
+    folder_.Write("a/b/x.xml", Document("", Bean("from-a-b")));
+    EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"a\\b/c.xml")), Names{"from-a"});
 }
 
-TEST(DocumentReader, PathWithoutDirectoryIsRelativeToTheWorkingDirectory) {
-    TempFolder folder;
-    folder.Write("main.xml", Document(Include("a.xml"), Bean("main")));
-    folder.Write("a.xml", Document("", Bean("a")));
+TEST_F(DocumentReader, PathWithoutDirectoryIsRelativeToTheWorkingDirectory) {
+    folder_.Write("main.xml", Document(Include("a.xml"), Bean("main")));
+    folder_.Write("a.xml", Document("", Bean("a")));
     const auto previous = std::filesystem::current_path();
-    std::filesystem::current_path(folder.Root());
+    std::filesystem::current_path(folder_.Path(""));
     Names names;
     std::wstring message = MessageOf([&] { names = MainBeans(ReadFile(L"main.xml")); });
     std::filesystem::current_path(previous);
@@ -82,91 +66,78 @@ TEST(DocumentReader, PathWithoutDirectoryIsRelativeToTheWorkingDirectory) {
     EXPECT_EQ(names, (Names{"a", "main"}));
 }
 
-TEST(DocumentReader, IncludesComeFirstWhereverTheyStand) {
-    TempFolder folder;
-    folder.Write("main.xml",
-                 "<zem><library path='own.so'><beans><bean name='own' class='C' lazy='false'/></beans></library>"
-                 "<include path='a.xml'/><library path='m.so'><beans>" + Bean("late") + "</beans></library>"
-                 "<include path='b.xml'/></zem>");
-    folder.Write("a.xml", Document("", "<bean name='inc-a' class='C' lazy='false'/>"));
-    folder.Write("b.xml", "<zem><library path='b.so'><beans><bean name='inc-b' class='C' lazy='false'/>"
-                          "</beans></library></zem>");
-    CConfiguration configuration = ReadFile(folder.Prefix() + L"main.xml");
+TEST_F(DocumentReader, IncludesComeFirstWhereverTheyStand) {
+    folder_.Write("main.xml", "<zem><library path='own.so'><beans><bean name='own' class='C' lazy='false'/></beans>"
+                              "</library><include path='a.xml'/><library path='m.so'><beans>" + Bean("late") +
+                                  "</beans></library><include path='b.xml'/></zem>");
+    folder_.Write("a.xml", Document("", "<bean name='inc-a' class='C' lazy='false'/>"));
+    folder_.Write("b.xml", "<zem><library path='b.so'><beans><bean name='inc-b' class='C' lazy='false'/>"
+                           "</beans></library></zem>");
+    CConfiguration configuration = ReadFile(prefix_ + L"main.xml");
     EXPECT_EQ(LibraryPaths(configuration), (Names{"m.so", "b.so", "own.so"}));
     EXPECT_EQ(MainBeans(configuration), (Names{"inc-a", "late"}));
     EXPECT_EQ(configuration.Store().eagerBeans, (Names{"inc-a", "inc-b", "own"}));
 }
 
-TEST(DocumentReader, NameClashesAreCaughtBetweenIncludesOnly) {
-    TempFolder folder;
-    folder.Write("a.xml", Document("", Bean("dup")));
-    folder.Write("twice.xml", Document(Include("a.xml") + Include("a.xml"), ""));
-    EXPECT_EQ(FileMessage(folder.Prefix() + L"twice.xml"), L"Overriding bean 'dup' is not allowed");
-
+TEST_F(DocumentReader, NameClashesAreCaughtBetweenIncludesOnly) {
+    folder_.Write("a.xml", Document("", Bean("dup")));
+    folder_.Write("twice.xml", Document(Include("a.xml") + Include("a.xml"), ""));
+    EXPECT_EQ(FileMessage(prefix_ + L"twice.xml"), L"Overriding bean 'dup' is not allowed");
     // A file may restate a bean of its includes, and a name twice of its own.
-    folder.Write("restate.xml", Document(Include("a.xml"), Bean("dup") + Bean("dup")));
-    EXPECT_EQ(MainBeans(ReadFile(folder.Prefix() + L"restate.xml")), (Names{"dup", "dup", "dup"}));
+    folder_.Write("restate.xml", Document(Include("a.xml"), Bean("dup") + Bean("dup")));
+    EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"restate.xml")), (Names{"dup", "dup", "dup"}));
 }
 
-TEST(DocumentReader, IncludeCyclesAndDeepChainsAreRefused) {
-    TempFolder folder;
-    folder.Write("cycle/a.xml", Document(Include("sub/b.xml"), ""));
-    folder.Write("cycle/sub/b.xml", Document(Include("../a.xml"), ""));
-    EXPECT_EQ(FileMessage(folder.Prefix() + L"cycle/a.xml"),
-              L"Include cycle at file '" + folder.Prefix() + L"cycle/sub\\..\\a.xml'");
+TEST_F(DocumentReader, IncludeCyclesAndDeepChainsAreRefused) {
+    folder_.Write("cycle/a.xml", Document(Include("sub/b.xml"), ""));
+    folder_.Write("cycle/sub/b.xml", Document(Include("../a.xml"), ""));
+    EXPECT_EQ(FileMessage(prefix_ + L"cycle/a.xml"), L"Include cycle at file '" + prefix_ + L"cycle/sub\\..\\a.xml'");
 
     // d0 includes d1, and so on up to d69.
-    constexpr int kFiles = 70;
-    for (int i = 0; i < kFiles; ++i) {
-        const std::string next = i + 1 < kFiles ? Include("d" + std::to_string(i + 1) + ".xml") : "";
-        folder.Write("chain/d" + std::to_string(i) + ".xml", Document(next, Bean("d" + std::to_string(i))));
+    for (int i = 0; i < 70; ++i) {
+        const std::string next = i + 1 < 70 ? Include("d" + std::to_string(i + 1) + ".xml") : "";
+        folder_.Write("chain/d" + std::to_string(i) + ".xml", Document(next, Bean("d" + std::to_string(i))));
     }
-    EXPECT_EQ(FileMessage(folder.Prefix() + L"chain/d0.xml"),
-              L"Includes nested too deeply at file '" + folder.Prefix() + L"chain/d64.xml'");
+    EXPECT_EQ(FileMessage(prefix_ + L"chain/d0.xml"),
+              L"Includes nested too deeply at file '" + prefix_ + L"chain/d64.xml'");
     // Sixty-four files in one chain are still read.
-    CConfiguration configuration = ReadFile(folder.Prefix() + L"chain/d6.xml");
-    EXPECT_EQ(MainBeans(configuration).size(), 64u);
-    EXPECT_EQ(MainBeans(configuration).front(), "d69");
+    Names names = MainBeans(ReadFile(prefix_ + L"chain/d6.xml"));
+    EXPECT_EQ(names.size(), 64u);
+    EXPECT_EQ(names.front(), "d69");
 }
 
-TEST(DocumentReader, FileFailuresNameTheFileThatFailed) {
-    TempFolder folder;
-    const std::wstring prefix = folder.Prefix();
-    folder.Write("empty.xml", "");
-    folder.Write("malformed.xml", "<zem>\n<library path='m.so'>\n</zem>");
-    folder.Write("no-path.xml", Document(Include("empty.xml") + "<include/>", ""));
-    folder.Write("empty-path.xml", "<zem><include path=''/></zem>");
-    folder.Write("includes-bad-bean.xml", Document(Include("bad-bean.xml"), ""));
-    folder.Write("bad-bean.xml", Document("", "<bean name='b'/>"));
+TEST_F(DocumentReader, FileFailuresNameTheFileThatFailed) {
+    folder_.Write("empty.xml", "");
+    folder_.Write("malformed.xml", "<zem>\n<library path='m.so'>\n</zem>");
+    folder_.Write("no-path.xml", Document(Include("empty.xml") + "<include/>", ""));
+    folder_.Write("empty-path.xml", "<zem><include path=''/></zem>");
+    folder_.Write("includes-bad-bean.xml", Document(Include("bad-bean.xml"), ""));
+    folder_.Write("bad-bean.xml", Document("", "<bean name='b'/>"));
     // An absolute include is still joined to the base directory.
-    const std::string absolute = (folder.Root() / "missing.xml").string();
-    folder.Write("absolute.xml", Document(Include(absolute), ""));
+    const std::string absolute = folder_.Path("missing.xml");
+    folder_.Write("absolute.xml", Document(Include(absolute), ""));
     std::wstring joined = ZEM::Widen(absolute);
     std::replace(joined.begin(), joined.end(), L'/', L'\\');
 
-    struct SCase {
-        const char* file;
-        std::wstring message;
-    };
-    const SCase cases[] = {
-        {"missing.xml", L"File '" + prefix + L"missing.xml' not found"},
-        {"empty.xml", L"Error while parsing file '" + prefix + L"empty.xml': Error when parssing 'zem'."},
+    const std::wstring unparsable = L"Error while parsing file '" + prefix_;
+    const std::pair<const char*, std::wstring> cases[] = {
+        {"missing.xml", L"File '" + prefix_ + L"missing.xml' not found"},
+        {"empty.xml", unparsable + L"empty.xml': Error when parssing 'zem'."},
         // Includes are read in order, so the empty file fails before the bad include is seen.
-        {"no-path.xml", L"Error while parsing file '" + prefix + L"empty.xml': Error when parssing 'zem'."},
+        {"no-path.xml", unparsable + L"empty.xml': Error when parssing 'zem'."},
         {"empty-path.xml", L"Missing argument 'path' in include tag"},
         {"includes-bad-bean.xml", L"Missing class name when parsing type 'b'"},
-        {"absolute.xml", L"File '" + prefix + joined + L"' not found"},
-        {"malformed.xml",
-         L"Error while parsing file '" + prefix + L"malformed.xml': Error when parssing 'zem' at line 3, column 7."},
+        {"absolute.xml", L"File '" + prefix_ + joined + L"' not found"},
+        {"malformed.xml", unparsable + L"malformed.xml': Error when parssing 'zem' at line 3, column 7."},
     };
-    for (const SCase& c : cases) {
-        SCOPED_TRACE(c.file);
-        EXPECT_EQ(FileMessage(prefix + ZEM::Widen(c.file)), c.message);
+    for (const auto& [file, message] : cases) {
+        SCOPED_TRACE(file);
+        EXPECT_EQ(FileMessage(prefix_ + ZEM::Widen(file)), message);
     }
 }
 
 // A configuration using most of the format, spread over two files.
-TEST(DocumentReader, RichExampleGivesTheExpectedRecords) {
+TEST(DocumentReaderData, RichExampleGivesTheExpectedRecords) {
     const std::wstring path = ZEM::Widen(ZEM_TEST_DATA_DIR "/config/rich/main.xml");
     CConfiguration configuration = ReadFile(path);
     EXPECT_EQ(configuration.Store().path, path);
@@ -185,7 +156,7 @@ TEST(DocumentReader, RichExampleGivesTheExpectedRecords) {
 
 // Other encodings of a file are the XML layer's concern; here the UTF-8 text
 // must reach the records as the same characters.
-TEST(DocumentReader, NonAsciiTextReachesTheRecords) {
+TEST(DocumentReaderData, NonAsciiTextReachesTheRecords) {
     CConfiguration configuration = ReadFile(ZEM::Widen(ZEM_TEST_DATA_DIR "/config/encoding.xml"));
     EXPECT_EQ(LibraryPaths(configuration), (Names{"biblioth\u00e8que.so", "autre.so"}));
     const auto* bean = FindBean(configuration, "caf\u00e9");

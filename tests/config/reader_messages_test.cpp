@@ -1,28 +1,14 @@
 // Every message that a bad document gives while it is read, each triggered by
 // a small document given as text, and the order in which faults are found
 // when a document holds several.
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "config/document_reader.h"
 #include "reader_test_support.h"
 
 namespace {
 
-using zem_test::TextMessage;
-
-// The body of a `beans` element inside a document of one library.
-std::string InBeans(const std::string& body) {
-    return "<zem><library path='x.so'><beans>" + body + "</beans></library></zem>";
-}
+using namespace zem_test;
 
 TEST(ReaderMessages, EachFaultGivesItsExactMessage) {
-    struct SCase {
-        const char* document;
-        const wchar_t* message;
-    };
-    const SCase cases[] = {
+    const struct { const char* document; const wchar_t* message; } cases[] = {
         {"<bean name='b' class=''/>", L"Missing class name when parsing type 'b'"},
         // The name is the substituted one.
         {"<foreach set='' substitute='c'><bean name='n%c%' class='%c%'/></foreach>",
@@ -64,7 +50,7 @@ TEST(ReaderMessages, EachFaultGivesItsExactMessage) {
         {"<bean name='b' class='C'><constructor-arg><argument><ref/><value>1</value></argument></constructor-arg></bean>",
          L"Error while parsing arguments of bean 'b': Type is not defined"},
     };
-    for (const SCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.document);
         EXPECT_EQ(TextMessage(InBeans(c.document)), c.message);
     }
@@ -80,6 +66,7 @@ TEST(ReaderMessages, ParseFailuresShowThePositionOnlyWhenKnown) {
     EXPECT_EQ(TextMessage("<x><y/></x>"), L"Error while parsing xml: Error when parssing 'zem'.");
     EXPECT_EQ(TextMessage("<zem>\n<library>\n<beans>\n</zem>"),
               L"Error while parsing xml: Error when parssing 'zem' at line 4, column 7.");
+    // No error gives no text; line 0 stands for an unknown position.
     EXPECT_EQ(ZEM::DescribeParseError({0, 4, 2}, "zem"), L"");
     EXPECT_EQ(ZEM::DescribeParseError({3, 0, 9}, "zem"), L"Error when parssing 'zem'.");
     EXPECT_EQ(ZEM::DescribeParseError({8, 120, 1}, "zem"), L"Error when parssing 'zem' at line 120, column 1.");

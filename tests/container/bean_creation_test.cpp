@@ -1,18 +1,12 @@
 // Making beans, watched through the calls the fixture wrappers record: the
 // order of one bean's set-up, singletons and new objects, visibility by
 // library, factory beans, failures that give an empty result, and cycles.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "container/lifecycle.h"
 #include "support/records.h"
 
 namespace {
 
 using namespace zem_support;
-using Lines = std::vector<std::string>;
 
 class BeanCreationTest : public RecordingTest {
 protected:
@@ -21,8 +15,6 @@ protected:
         ASSERT_TRUE(factory_->Exists(name));
         FixtureLog::Take();
     }
-
-    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
 };
 
 // Dependencies, then constructor arguments with the beans they make, the
@@ -30,45 +22,32 @@ protected:
 // method; the dependencies are held until the bean is finished.
 TEST_F(BeanCreationTest, TheOrderOfOneBeansSetUp) {
     Load(*factory_, {{RecordingLibrary(),
-                      {Bean("main", "Widget")
-                           .Method("make(i32,obj)")
-                           .Arg("int", "7")
-                           .Arg("bean", "ctorPeer")
-                           .Autoname()
-                           .Property("first(obj)", {Arg("bean", "propPeer")})
-                           .Property("second(s)", {Arg("char*", "x")})
-                           .Init("init")
-                           .Exit("close")
-                           .DependsOn("dep")
-                           .DependsOn("missing"),
+                      {Bean("main", "Widget").Method("make(i32,obj)").Arg("int", "7").Arg("bean", "ctorPeer").Autoname()
+                           .Property("first(obj)", {Arg("bean", "propPeer")}).Property("second(s)", {Arg("char*", "x")})
+                           .Init("init").Exit("close").DependsOn("dep").DependsOn("missing"),
                        Bean("dep", "Gadget"), Bean("ctorPeer", "Peer"), Bean("propPeer", "Peer")}}});
     Bind("main");
     std::shared_ptr<ZEM::IObject> main = factory_->GetBean("main", nullptr);
     ASSERT_TRUE(main);
     EXPECT_EQ(FixtureLog::Take(),
-              (Lines{
-                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#1",
-                  "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
-                  "create Widget make(i32,obj) [7, obj(Peer#2)] exit=close deps=[Gadget#1, empty] wrapper=self -> Widget#3",
-                  "~Peer#2",
-                  "invoke Widget Widget#3 SetName [\"main\"] -> true",
-                  "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#4",
-                  "invoke Widget Widget#3 first(obj) [obj(Peer#4)] -> true",
-                  "~Peer#4",
-                  "invoke Widget Widget#3 second(s) [\"x\"] -> true",
-                  "invoke Widget Widget#3 init [] -> true",
-                  "~Gadget#1",
-              }));
+              (Lines{"create Gadget Gadget [] -> Gadget#1", "create Peer Peer [] -> Peer#2",
+                     "create Widget make(i32,obj) [7, obj(Peer#2)] exit=close deps=[Gadget#1, empty] -> Widget#3",
+                     "~Peer#2", "invoke Widget Widget#3 SetName [\"main\"] -> true", "create Peer Peer [] -> Peer#4",
+                     "invoke Widget Widget#3 first(obj) [obj(Peer#4)] -> true", "~Peer#4",
+                     "invoke Widget Widget#3 second(s) [\"x\"] -> true", "invoke Widget Widget#3 init [] -> true",
+                     "~Gadget#1"}));
     main.reset();
     EXPECT_EQ(FixtureLog::Take(), Lines{"~Widget#3"});
 }
 
 // A bean that isn't a singleton gets a new object with its whole set-up at
-// every request; a singleton is made once.
-TEST_F(BeanCreationTest, NewObjectsAndSingletons) {
+// every request; a singleton is made once. Wrappers are keyed by the class
+// text: two spellings are two wrappers, two beans of one class share one.
+TEST_F(BeanCreationTest, NewObjectsSingletonsAndWrappers) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("each", "Widget").Property("p(i32)", {Arg("int", "1")}),
-                       Bean("once", "Gadget").Property("p(i32)", {Arg("int", "2")}).Singleton()}}});
+                       Bean("once", "Gadget").Property("p(i32)", {Arg("int", "2")}).Singleton(), Bean("lower", "widget"),
+                       Bean("again", "Widget")}}});
     Bind("each");
     auto first = factory_->GetBean("each", nullptr);
     EXPECT_NE(factory_->GetBean("each", nullptr), first);
@@ -78,6 +57,8 @@ TEST_F(BeanCreationTest, NewObjectsAndSingletons) {
                                                       "invoke Widget Widget#2 p(i32) [1] -> true",
                                                       "invoke Gadget Gadget#3 p(i32) [2] -> true"}));
     EXPECT_EQ(factory_->InstanceCount(), 1u);
+    EXPECT_TRUE(factory_->GetBean("lower", nullptr) && factory_->GetBean("again", nullptr));
+    EXPECT_EQ(factory_->WrapperCount(), 3u);
 }
 
 // An init method or a property that fails ends the object at once; a
@@ -89,21 +70,17 @@ TEST_F(BeanCreationTest, AFailedSetUpDestroysTheObjectEachTry) {
                        Bean("throwingInit", "Widget").Singleton().Init("throwInit"),
                        Bean("failedProperty", "Widget").Singleton().Property("failSet(i32)", {Arg("int", "1")}).Init("init")}}});
     Bind("falseInit");
-    struct SCase {
-        const char* name;
-        const char* call;
-        const char* failure;
-    } cases[] = {
+    const struct { const char* name; const char* call; const char* failure; } cases[] = {
         {"falseInit", "failInit [] -> false", "falseInit: Init method 'failInit' failed"},
         {"throwingInit", "throwInit [] -> throw", "throwingInit: method failed"},
         {"failedProperty", "failSet(i32) [1] -> false", "failedProperty: Property 'failSet(i32)' failed"},
     };
-    for (const SCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         for (int attempt = 0; attempt < 2; ++attempt) {
             FixtureLog::Reset();
             EXPECT_FALSE(factory_->GetBean(c.name, nullptr));
-            EXPECT_EQ(FixtureLog::Take(), (Lines{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
+            EXPECT_EQ(FixtureLog::Take(), (Lines{"create Widget Widget [] -> Widget#1",
                                                  std::string("invoke Widget Widget#1 ") + c.call, "~Widget#1"}));
             EXPECT_EQ(failures.Take(), Lines{c.failure});
             EXPECT_EQ(factory_->InstanceCount(), 0u);
@@ -128,19 +105,11 @@ TEST_F(BeanCreationTest, FailedRequestsLetGoOfWhatTheyMade) {
     EXPECT_FALSE(object);
     for (const char* name : {"null", "noFactory", "failing"}) EXPECT_FALSE(factory_->GetBean(name, nullptr)) << name;
     EXPECT_EQ(FixtureLog::Take(),
-              (Lines{
-                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#1",
-                  "create Widget throwMake [] exit= deps=[Gadget#1] wrapper=self -> throw",
-                  "~Gadget#1",
-                  "create Widget nullMake [] exit= deps=[] wrapper=self -> null",
-                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#2",
-                  "~Gadget#2",
-                  "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#3",
-                  "create Widget Widget [] exit= deps=[Gadget#3] wrapper=self -> Widget#4",
-                  "invoke Widget Widget#4 failInit [] -> false",
-                  "~Widget#4",
-                  "~Gadget#3",
-              }));
+              (Lines{"create Gadget Gadget [] -> Gadget#1", "create Widget throwMake [] deps=[Gadget#1] -> throw",
+                     "~Gadget#1", "create Widget nullMake [] -> null", "create Gadget Gadget [] -> Gadget#2",
+                     "~Gadget#2", "create Gadget Gadget [] -> Gadget#3",
+                     "create Widget Widget [] deps=[Gadget#3] -> Widget#4", "invoke Widget Widget#4 failInit [] -> false",
+                     "~Widget#4", "~Gadget#3"}));
     Lines dropped = failures.Take();
     ASSERT_EQ(dropped.size(), 4u);
     EXPECT_EQ(dropped[0], "throwing: constructor failed");
@@ -163,9 +132,8 @@ TEST_F(BeanCreationTest, VisibilityByLibrary) {
     auto viaDependency = factory_->GetBean("viaDependency", nullptr);
     auto viaReference = factory_->GetBean("viaReference", nullptr);
     ASSERT_TRUE(viaDependency && viaReference);
-    EXPECT_EQ(FixtureLog::Take(), (Lines{"create Gadget Gadget [] exit= deps=[empty] wrapper=self -> Gadget#1",
-                                         "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
-                                         "create Widget make(obj) [obj(Peer#2)] exit= deps=[] wrapper=self -> Widget#3"}));
+    EXPECT_EQ(FixtureLog::Take(), (Lines{"create Gadget Gadget [] deps=[empty] -> Gadget#1", "create Peer Peer [] -> Peer#2",
+                                         "create Widget make(obj) [obj(Peer#2)] -> Widget#3"}));
     // The singleton exists now; still only a record of its library's path sees it.
     EXPECT_FALSE(factory_->GetBean("secret", nullptr));
     EXPECT_FALSE(factory_->GetBean("secret", &foreign));
@@ -173,7 +141,7 @@ TEST_F(BeanCreationTest, VisibilityByLibrary) {
     EXPECT_EQ(Tag(own), "Peer#2");
     EXPECT_EQ(factory_->GetBean("secret", &samePath), own);
     EXPECT_TRUE(factory_->GetBean("viaDependency", &samePath));
-    EXPECT_EQ(FixtureLog::Starting("create "), Lines{"create Gadget Gadget [] exit= deps=[Peer#2] wrapper=self -> Gadget#4"});
+    EXPECT_EQ(FixtureLog::Starting("create "), Lines{"create Gadget Gadget [] deps=[Peer#2] -> Gadget#4"});
 }
 
 // With a factory bean, the object and SetName come from the factory bean's
@@ -187,21 +155,11 @@ TEST_F(BeanCreationTest, AFactoryBeanMakesTheObjectAndNamesIt) {
     Bind("made");
     auto made = factory_->GetBean("made", nullptr);
     ASSERT_TRUE(made);
-    EXPECT_EQ(FixtureLog::Take(), (Lines{
-                                      "create Factory build(i32) [3] exit= deps=[] wrapper=self -> Factory#1",
-                                      "invoke Factory Factory#1 SetName [\"made\"] -> true",
-                                      "invoke Widget Factory#1 p(i32) [1] -> true",
-                                      "invoke Widget Factory#1 init [] -> true",
-                                  }));
+    EXPECT_EQ(FixtureLog::Take(), (Lines{"create Factory build(i32) [3] -> Factory#1",
+                                         "invoke Factory Factory#1 SetName [\"made\"] -> true",
+                                         "invoke Widget Factory#1 p(i32) [1] -> true",
+                                         "invoke Widget Factory#1 init [] -> true"}));
     EXPECT_EQ(factory_->InstanceCount(), 0u);
-    EXPECT_EQ(factory_->WrapperCount(), 2u);
-}
-
-// The wrappers are keyed by the class text: two spellings are two wrappers,
-// two beans of one class share one.
-TEST_F(BeanCreationTest, OneWrapperPerClassName) {
-    Load(*factory_, {{RecordingLibrary(), {Bean("upper", "Widget"), Bean("lower", "widget"), Bean("again", "Widget")}}});
-    for (const char* name : {"upper", "lower", "again"}) EXPECT_TRUE(factory_->GetBean(name, nullptr)) << name;
     EXPECT_EQ(factory_->WrapperCount(), 2u);
 }
 
@@ -213,35 +171,29 @@ TEST_F(BeanCreationTest, EagerBeansAtEachLoad) {
                       {Bean("single", "Widget").Singleton().Eager(), Bean("each", "Gadget").Eager().Init("init"),
                        Bean("each", "Gadget").Eager(), Bean("lazy", "Peer").Singleton(),
                        Bean("secret", "Peer").Hidden().Singleton().Eager()}}});
-    EXPECT_EQ(Calls(), (Lines{
-                           "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
-                           "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#2",
-                           "invoke Gadget Gadget#2 init [] -> true",
-                           "~Gadget#2",
-                           "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#3",
-                           "invoke Gadget Gadget#3 init [] -> true",
-                           "~Gadget#3",
-                           "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#4",
-                       }));
+    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] -> Widget#1", "create Gadget Gadget [] -> Gadget#2",
+                              "invoke Gadget Gadget#2 init [] -> true", "~Gadget#2", "create Gadget Gadget [] -> Gadget#3",
+                              "invoke Gadget Gadget#3 init [] -> true", "~Gadget#3", "create Peer Peer [] -> Peer#4"}));
     EXPECT_EQ(ZEM::InstanceCensus().Count("each").alive, 0u);
     EXPECT_EQ(factory_->InstanceCount(), 2u);
     Load(*factory_, {{RecordingLibrary(), {Bean("later", "Peer")}}});
-    EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#5",
-                                                      "create Gadget Gadget [] exit= deps=[] wrapper=self -> Gadget#6"}));
+    EXPECT_EQ(FixtureLog::Starting("create "),
+              (Lines{"create Gadget Gadget [] -> Gadget#5", "create Gadget Gadget [] -> Gadget#6"}));
 }
 
+// A reset forgets definitions, singletons, services and wrappers; the same
+// definition may then be loaded again.
 TEST_F(BeanCreationTest, ResetFactoryForgetsEverything) {
     factory_->ResetFactory();  // on a factory that never had a configuration
-    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Singleton().Provides("I")}}});
-    ASSERT_TRUE(factory_->GetBean("w", nullptr));
-    factory_->ResetFactory();
-    EXPECT_EQ(FixtureLog::Starting("~"), Lines{"~Widget#1"});
-    EXPECT_FALSE(factory_->Exists("w"));
-    EXPECT_EQ(factory_->GetServiceCount("I"), 0u);
-    EXPECT_EQ(factory_->InstanceCount() + factory_->WrapperCount(), 0u);
-    // The same definition may be loaded again.
-    Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Singleton()}}});
-    EXPECT_TRUE(factory_->GetBean("w", nullptr));
+    for (int round = 0; round < 2; ++round) {
+        Load(*factory_, {{RecordingLibrary(), {Bean("w", "Widget").Singleton().Provides("I")}}});
+        ASSERT_TRUE(factory_->GetBean("w", nullptr));
+        factory_->ResetFactory();
+        EXPECT_EQ(FixtureLog::Starting("~"), Lines{"~Widget#" + std::to_string(round + 1)});
+        FixtureLog::Take();
+        EXPECT_FALSE(factory_->Exists("w"));
+        EXPECT_EQ(factory_->GetServiceCount("I") + factory_->InstanceCount() + factory_->WrapperCount(), 0u);
+    }
 }
 
 // Cycles through references and dependencies end in empty results for the
@@ -254,18 +206,14 @@ TEST_F(BeanCreationTest, CyclesEndInEmptyResults) {
                        Bean("c", "Widget").DependsOn("d"), Bean("d", "Peer").DependsOn("c")}}});
     Bind("a");
     EXPECT_TRUE(factory_->GetBean("a", nullptr));
-    EXPECT_EQ(FixtureLog::Take(), (Lines{
-                                      "create Peer make(obj) [null] exit= deps=[] wrapper=self -> Peer#1",
-                                      "create Widget make(obj) [obj(Peer#1)] exit= deps=[] wrapper=self -> Widget#2",
-                                      "~Peer#1",
-                                      "~Widget#2",
-                                  }));
+    EXPECT_EQ(FixtureLog::Take(), (Lines{"create Peer make(obj) [null] -> Peer#1",
+                                         "create Widget make(obj) [obj(Peer#1)] -> Widget#2", "~Peer#1", "~Widget#2"}));
     EXPECT_TRUE(factory_->GetBean("self", nullptr));
     EXPECT_EQ(FixtureLog::Starting("invoke "), Lines{"invoke Gadget Gadget#3 p(obj) [null] -> true"});
     FixtureLog::Take();
     EXPECT_TRUE(factory_->GetBean("c", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create Peer Peer [] exit= deps=[empty] wrapper=self -> Peer#4",
-                                                      "create Widget Widget [] exit= deps=[Peer#4] wrapper=self -> Widget#5"}));
+    EXPECT_EQ(FixtureLog::Starting("create "),
+              (Lines{"create Peer Peer [] deps=[empty] -> Peer#4", "create Widget Widget [] deps=[Peer#4] -> Widget#5"}));
 }
 
 // Requests nested deeper than the limit give an empty result instead of
@@ -279,8 +227,8 @@ TEST_F(BeanCreationTest, DeepNestingIsCut) {
     ASSERT_TRUE(factory_->GetBean("link0", nullptr));
     Lines creates = FixtureLog::Starting("create ");
     ASSERT_EQ(creates.size(), 256u);
-    EXPECT_EQ(creates.front(), "create Peer make(obj) [null] exit= deps=[] wrapper=self -> Peer#1");
-    EXPECT_EQ(creates.back(), "create Peer make(obj) [obj(Peer#255)] exit= deps=[] wrapper=self -> Peer#256");
+    EXPECT_EQ(creates.front(), "create Peer make(obj) [null] -> Peer#1");
+    EXPECT_EQ(creates.back(), "create Peer make(obj) [obj(Peer#255)] -> Peer#256");
     EXPECT_TRUE(ZEM::CurrentRequestChain().empty());
 }
 

@@ -1,14 +1,10 @@
 // Bean requests from many threads on one factory, while another thread lets
 // the objects go: nothing is lost or counted twice, singletons stay single,
 // and the census is back to no entries at the end.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <thread>
-#include <vector>
 
 #include "container/lifecycle.h"
 #include "support/records.h"
@@ -21,8 +17,7 @@ class ConcurrencyTest : public RecordingTest {};
 
 TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     const char* names[] = {"stress.single", "stress.each", "stress.chain"};
-    auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
-    Load(*factory, {{RecordingLibrary(),
+    Load(*factory_, {{RecordingLibrary(),
                      {Bean(names[0], "Widget").Singleton().Init("init"),
                       Bean(names[1], "Gadget").Method("make(i32,obj)").Arg("int", "5").Arg("bean", names[0])
                           .Property("keep(obj)", {Arg("bean", names[0])}),
@@ -38,24 +33,21 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     bool closed = false;
     std::thread host([&] {
         std::unique_lock<std::mutex> lock(mutex);
-        while (true) {
-            ready.wait(lock, [&] { return closed || !queue.empty(); });
-            if (queue.empty()) return;
-            std::deque<std::shared_ptr<ZEM::IObject>> batch;
-            batch.swap(queue);
+        while (ready.wait(lock, [&] { return closed || !queue.empty(); }), !queue.empty()) {
+            auto batch = std::exchange(queue, {});
             lock.unlock();
             batch.clear();
             lock.lock();
         }
     });
     std::atomic<int> wrong{0};
-    std::shared_ptr<ZEM::IObject> single = factory->GetBean(names[0], nullptr);
+    std::shared_ptr<ZEM::IObject> single = factory_->GetBean(names[0], nullptr);
     std::vector<std::thread> workers;
     for (int t = 0; t < 8; ++t) {
         workers.emplace_back([&, t] {
             for (int round = 0; round < 400; ++round) {
                 const char* name = names[(round + t) % 3];
-                std::shared_ptr<ZEM::IObject> object = factory->GetBean(name, nullptr);
+                std::shared_ptr<ZEM::IObject> object = factory_->GetBean(name, nullptr);
                 if (!object || (name == names[0] && object != single)) ++wrong;
                 std::lock_guard<std::mutex> guard(mutex);
                 queue.push_back(std::move(object));
@@ -76,7 +68,7 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     EXPECT_EQ(census.Count(names[0]).total, 1u);
     EXPECT_EQ(census.Count(names[1]).alive + census.Count(names[2]).alive, 0u);
     single.reset();
-    factory->ResetFactory();
+    factory_->ResetFactory();
     for (const char* name : names) EXPECT_EQ(census.Count(name).total, 0u) << name;
     EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore) << "every object made has ended";
 }

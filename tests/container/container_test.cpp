@@ -1,10 +1,5 @@
 // The host's handle: shared and private factories, loading and resetting
-// through any copy, moved-from handles, and the typed conveniences.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
+// through any copy, moved-from handles, and a bean released as if a service.
 #include "container/process_objects.h"
 #include "support/records.h"
 #include "support/temp_dir.h"
@@ -13,7 +8,6 @@
 namespace {
 
 using namespace zem_support;
-using Lines = std::vector<std::string>;
 using ZEM::CContainer;
 
 class ContainerTest : public RecordingTest {
@@ -75,6 +69,8 @@ TEST_F(ContainerTest, PrivateAndSharedFactoriesStandApart) {
     EXPECT_TRUE(shared.Exists("both"));
 }
 
+// Any copy resets the one factory. A configuring Reset empties it before it
+// reads, so a file that can't be read leaves it empty, not as it was.
 TEST_F(ContainerTest, ResetThroughACopy) {
     CContainer first(Document({{RecordingLibrary(), {Bean("old", "Widget").Singleton()}}}).c_str());
     CContainer copy = first;
@@ -85,23 +81,17 @@ TEST_F(ContainerTest, ResetThroughACopy) {
     copy.Reset(Document({{RecordingLibrary(), {Bean("new", "Gadget").Eager()}}}).c_str());
     EXPECT_TRUE(first.Exists("new"));
     EXPECT_EQ(FixtureLog::Starting("create Gadget").size(), 1u);
-    first.Reset(static_cast<const char*>(nullptr));
-    EXPECT_FALSE(copy.Exists("new"));
-}
 
-// A configuring Reset empties the factory before it reads, so a file that
-// can't be read leaves it empty, not as it was.
-TEST_F(ContainerTest, ResetWithAFileThatCannotBeRead) {
     TempDir temp;
-    CContainer container(Document({{RecordingLibrary(), {Bean("before", "Widget")}}}).c_str());
-    std::wstring path = ZEM::Widen(temp.Path("missing.xml"));
-    EXPECT_NE(MessageOf([&] { container.Reset(path.c_str()); }), L"");
-    EXPECT_FALSE(container.Exists("before"));
-
-    std::string file = temp.Write("good.xml", Document({{RecordingLibrary(), {Bean("after", "Widget")}}}));
-    container.Reset(ZEM::Widen(file).c_str());
-    EXPECT_TRUE(container.Exists("after"));
-    EXPECT_TRUE(CContainer(ZEM::Widen(file).c_str()).Exists("after"));
+    std::wstring missing = ZEM::Widen(temp.Path("missing.xml"));
+    EXPECT_NE(MessageOf([&] { first.Reset(missing.c_str()); }), L"");
+    EXPECT_FALSE(copy.Exists("new"));
+    std::wstring file = ZEM::Widen(temp.Write("good.xml", Document({{RecordingLibrary(), {Bean("after", "Widget")}}})));
+    copy.Reset(file.c_str());
+    EXPECT_TRUE(first.Exists("after"));
+    EXPECT_TRUE(CContainer(file.c_str()).Exists("after"));
+    first.Reset(static_cast<const char*>(nullptr));
+    EXPECT_FALSE(copy.Exists("after"));
 }
 
 // A constructor that throws leaves no container behind; an eager bean whose
@@ -135,24 +125,10 @@ TEST_F(ContainerTest, MovedFromHandles) {
     CContainer dropped(std::move(assigned));
 }
 
-struct IGreeter {
-    virtual ~IGreeter() = default;
-};
-class CGreeter : public ZEM::IObject, public IGreeter {};
-
-TEST_F(ContainerTest, TypedConveniences) {
+// A bean is no service: ReleaseInstance of one throws, and drops the pointer
+// it was given all the same.
+TEST_F(ContainerTest, ReleaseInstanceOfABeanThrows) {
     CContainer container(Document({{RecordingLibrary(), {Bean("w", "Widget")}}}).c_str());
-    EXPECT_FALSE(container.GetBean<IGreeter>("w")) << "a bean that isn't a T gives nothing";
-    auto greeter = std::make_shared<CGreeter>();
-    container.RegisterService<IGreeter>(greeter);
-    EXPECT_EQ(container.Factory().GetServiceCount(ZEM::TypeId<IGreeter>()), 1u);
-    EXPECT_EQ(container.GetService<IGreeter>().get(), static_cast<IGreeter*>(greeter.get()));
-    EXPECT_FALSE(container.GetService<IGreeter>(1));
-    container.ReleaseInstance(greeter);
-    EXPECT_EQ(container.GetServiceCount<IGreeter>(), 0u);
-
-    // A bean is no service; ReleaseInstance drops the pointer it was given
-    // also when it throws.
     std::shared_ptr<ZEM::IObject> bean = container.GetBean("w");
     std::string tag = Tag(bean);
     FixtureLog::Take();

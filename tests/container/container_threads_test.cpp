@@ -1,11 +1,8 @@
 // Containers made and dropped on many threads at once: shared handles come and
 // go around one living shared factory, private ones each load a document and
 // register and find services of their own.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <thread>
-#include <vector>
 
 #include "container/lifecycle.h"
 #include "container/process_objects.h"

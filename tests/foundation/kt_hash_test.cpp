@@ -4,14 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <string>
-
 TEST(KtHash, FoldOverNarrowTextTakesBytesAsSigned) {
-    const struct {
-        const char* text;
-        std::uint64_t hash;
-    } cases[] = {
+    const struct { const char* text; std::uint64_t hash; } cases[] = {
         {"", 0},
         {"a", 97},
         {"abc", (97 * 33 + 98) * 33 + 99},

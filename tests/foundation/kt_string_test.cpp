@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-#include <string>
 #include <thread>
 
 #include "foundation/string_convert.h"
@@ -20,17 +18,12 @@ TEST(KtStr, LayoutNullAndComparison) {
     EXPECT_EQ(fromNull.c_str(), KtStr("").c_str());
     EXPECT_EQ(KtStr("abc", 0).c_str(), fromNull.c_str());
     EXPECT_TRUE(fromNull == static_cast<const char*>(nullptr));
-    EXPECT_FALSE(KtStr("ab") == KtStr("abc"));
-    EXPECT_FALSE(KtStr(std::string("a\0b", 3)) == KtStr("a"));
+    EXPECT_FALSE(KtStr("ab") == KtStr("abc") || KtStr(std::string("a\0b", 3)) == KtStr("a"));
 }
 
 TEST(KtStr, WritesDetachSharedCopies) {
     const KtStr original("shared text");
-    const struct {
-        const char* name;
-        void (*write)(KtStr&);
-        const char* expected;
-    } cases[] = {
+    const struct { const char* name; void (*write)(KtStr&); const char* expected; } cases[] = {
         {"Append", [](KtStr& s) { s.Append('!'); }, "shared text!"},
         {"Erase", [](KtStr& s) { s.Erase(0, 7); }, "text"},
         {"Buffer", [](KtStr& s) { s.Buffer()[0] = 'S'; }, "Shared text"},
@@ -77,13 +70,8 @@ TEST(KtStr, CopiesOnTwoThreads) {
     EXPECT_STREQ(shared.c_str(), L"one text for all threads");
 }
 
-TEST(StringConvert, GoesThroughUtf8) {
-    const char* utf8 = "na\xC3\xAFve \xE2\x82\xAC \xF0\x9F\x98\x80";
-    const wchar_t* wide = L"na\u00EFve \u20AC \U0001F600";
-    EXPECT_EQ(ZEM::Widen(utf8), wide);
-    EXPECT_EQ(ZEM::Narrow(wide), utf8);
-    EXPECT_STREQ(ZEM::NarrowStr(ZEM::WidenStr(utf8).c_str()).c_str(), utf8);
-    EXPECT_EQ(ZEM::Narrow(std::wstring(1, static_cast<wchar_t>(0xD800))), "?");
-    EXPECT_EQ(ZEM::Message(L"Could not find type bean '", "t\xC3\xA9", L"'"),
-              L"Could not find type bean 't\u00E9'");
+// Widen and Narrow are thin over the UTF-8 codec, tested with the platform;
+// a message decodes the name between its two fixed parts.
+TEST(StringConvert, MessageDecodesTheName) {
+    EXPECT_EQ(ZEM::Message(L"Could not find type bean '", "t\xC3\xA9", L"'"), L"Could not find type bean 't\u00E9'");
 }

@@ -55,18 +55,11 @@ ZEM::CClass<CHolder<P>> BindHolder() {
 }
 
 // An interface and two classes, to see shared_ptr arguments cast.
-class IMarker {
-public:
+struct IMarker {
     virtual ~IMarker() = default;
-    virtual std::string Mark() const = 0;
 };
-class CMarker : public ZEM::IObject, public IMarker {
-public:
-    explicit CMarker(std::string mark) : mark_(std::move(mark)) {}
-    std::string Mark() const override { return mark_; }
-
-private:
-    std::string mark_;
+struct CMarker : ZEM::IObject, IMarker {
+    explicit CMarker(std::string) {}
 };
 class CPlain : public ZEM::IObject {};
 

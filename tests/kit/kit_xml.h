@@ -2,7 +2,9 @@
 // shows the beans it defines and not the angle brackets around them.
 #pragma once
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 namespace zem_test::xml {
 
@@ -18,6 +20,12 @@ inline std::string Property(const std::string& name, const std::string& form) {
     return "<property name='" + name + "'>" + form + "</property>";
 }
 inline std::string Properties(const std::string& properties) { return "<properties>" + properties + "</properties>"; }
+// Constructor arguments of plain values, each a type and a text.
+inline std::string ConstructorValues(std::initializer_list<std::pair<const char*, const char*>> values) {
+    std::string arguments;
+    for (const auto& [type, text] : values) arguments += Argument(Value(type, text));
+    return ConstructorArgs(arguments);
+}
 
 // A bean element: `attributes` is written as it stands, `children` inside.
 inline std::string Bean(const std::string& name, const std::string& className, const std::string& attributes = "",

@@ -1,12 +1,7 @@
 // The service registry of a factory: order of the lists, registrations kept
 // by singletons, release from every list, and release functions that outlive
 // their factory.
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
+#include "fixtures/common/recording_wrapper.h"
 #include "library/release_table.h"
 #include "support/records.h"
 
@@ -14,32 +9,14 @@ namespace {
 
 using namespace zem_support;
 using ZEM::IObject;
-using Lines = std::vector<std::string>;
 
-// A service object that notes its end in the fixture log.
-class CProbe : public IObject {
-public:
-    explicit CProbe(std::string name) : name_(std::move(name)) {}
-    ~CProbe() override { zem_fixture_record(("~" + name_).c_str()); }
-    const std::string& Name() const { return name_; }
-
-private:
-    std::string name_;
-};
-
-std::string NameOf(const std::shared_ptr<IObject>& object) {
-    if (!object) return "empty";
-    auto* probe = dynamic_cast<CProbe*>(object.get());
-    return probe != nullptr ? probe->Name() : FixtureLog::TagOf(object.get());
-}
-
-std::shared_ptr<IObject> Probe(const std::string& name) { return std::make_shared<CProbe>(name); }
+// Service objects that note their end in the fixture log as "~name".
+std::shared_ptr<IObject> Probe(const std::string& name) { return std::make_shared<CRecordedObject>(name); }
+std::string NameOf(const std::shared_ptr<IObject>& object) { return object ? FixtureLog::TagOf(object.get()) : "empty"; }
 
 // An owning maker that counts its calls and names each object it makes.
 std::function<std::unique_ptr<IObject>()> Maker(const std::string& prefix, int& calls) {
-    return [prefix, &calls]() -> std::unique_ptr<IObject> {
-        return std::make_unique<CProbe>(prefix + std::to_string(++calls));
-    };
+    return [prefix, &calls] { return std::make_unique<CRecordedObject>(prefix + std::to_string(++calls)); };
 }
 
 class ServiceRegistryTest : public RecordingTest {
@@ -50,18 +27,17 @@ protected:
             names.push_back(NameOf(factory_->GetService(typeId, i)));
         return names;
     }
-
-    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
+    std::wstring Release(std::shared_ptr<IObject> object) {
+        return MessageOf([&] { factory_->ReleaseInstance(object); });
+    }
 };
 
 // A host's registrations go to the back, or to the front when asked; the
 // services of a configuration stand before them, a later configuration's
 // before an earlier one's.
 TEST_F(ServiceRegistryTest, OrderOfTheList) {
-    auto first = Probe("first"), second = Probe("second"), front = Probe("front");
-    factory_->RegisterService("I", false, first, nullptr);
-    factory_->RegisterService("I", false, second, nullptr);
-    factory_->RegisterService("I", true, front, nullptr);
+    for (const char* name : {"first", "second"}) factory_->RegisterService("I", false, Probe(name), nullptr);
+    factory_->RegisterService("I", true, Probe("front"), nullptr);
     EXPECT_EQ(List("I"), (Lines{"front", "first", "second"}));
     EXPECT_EQ(NameOf(factory_->GetService("I", 3)), "empty");
     EXPECT_EQ(NameOf(factory_->GetService("I", 0xFFFFFFFFu)), "empty");
@@ -73,7 +49,7 @@ TEST_F(ServiceRegistryTest, OrderOfTheList) {
     EXPECT_EQ(List("I"), (Lines{"Gadget#1", "Widget#2", "front", "first", "second"}));
 }
 
-TEST_F(ServiceRegistryTest, TheSameInstanceTwice) {
+TEST_F(ServiceRegistryTest, TheSameInstanceTwiceAndReleaseFromEveryList) {
     auto probe = Probe("p");
     factory_->RegisterService("A", false, probe, nullptr);
     // Under another type id without a registration: allowed, a second entry.
@@ -93,7 +69,7 @@ TEST_F(ServiceRegistryTest, TheSameInstanceTwice) {
     EXPECT_EQ(factory_->GetServiceCount("C"), 1u);
     factory_->ReleaseInstance(probe);
     EXPECT_EQ(factory_->GetServiceCount("C"), 0u);
-    EXPECT_EQ(MessageOf([&] { factory_->ReleaseInstance(probe); }), L"Service instance was not registered");
+    EXPECT_EQ(Release(probe), L"Service instance was not registered");
 }
 
 // A stranger, or what a registration without singleton made, is not
@@ -104,8 +80,8 @@ TEST_F(ServiceRegistryTest, ReleaseOfWhatNoRegistrationHolds) {
     factory_->RegisterService("M", false, Maker("m", calls), nullptr);
     factory_->RegisterService("M", false, Maker("n", calls), nullptr);
     factory_->RegisterService("N", false, Probe("kept"), nullptr);
-    for (std::shared_ptr<IObject> stranger : {Probe("stranger"), factory_->GetService("M")})
-        EXPECT_EQ(MessageOf([&] { factory_->ReleaseInstance(stranger); }), L"Service instance was not registered");
+    EXPECT_EQ(Release(Probe("stranger")), L"Service instance was not registered");
+    EXPECT_EQ(Release(factory_->GetService("M")), L"Service instance was not registered");
     EXPECT_EQ(factory_->GetServiceCount("M"), 2u) << "a failed release changes nothing";
     factory_->ReleaseInstance(nullptr);
     EXPECT_EQ(List("N"), Lines{"kept"});
@@ -121,9 +97,7 @@ TEST_F(ServiceRegistryTest, ARegistrationKeptByASingleton) {
     EXPECT_EQ(&registration->SetSingleton(), registration.get());
     // The second maker is dropped: the registration given is what goes in.
     EXPECT_EQ(factory_->RegisterService("B", true, Maker("other", unused), registration), registration);
-
-    std::shared_ptr<IObject> viaA = factory_->GetService("A");
-    std::shared_ptr<IObject> viaB = factory_->GetService("B");
+    std::shared_ptr<IObject> viaA = factory_->GetService("A"), viaB = factory_->GetService("B");
     EXPECT_EQ(viaA, viaB);
     EXPECT_EQ(NameOf(viaA), "made1");
     EXPECT_EQ(calls + unused, 1);
@@ -143,14 +117,11 @@ TEST_F(ServiceRegistryTest, ARegistrationKeptByASingleton) {
 TEST_F(ServiceRegistryTest, MakersThatGiveNothingOrThrow) {
     int calls = 0;
     bool give = false;
-    factory_->RegisterService(
-        "A", false,
-        [&]() -> std::unique_ptr<IObject> {
-            ++calls;
-            if (calls == 2) throw ZEM::CException(L"maker failed");
-            return give ? std::make_unique<CProbe>("late") : nullptr;
-        },
-        nullptr)->SetSingleton();
+    auto maker = [&]() -> std::unique_ptr<IObject> {
+        if (++calls == 2) throw ZEM::CException(L"maker failed");
+        return give ? std::make_unique<CRecordedObject>("late") : nullptr;
+    };
+    factory_->RegisterService("A", false, maker, nullptr)->SetSingleton();
     EXPECT_FALSE(factory_->GetService("A"));
     EXPECT_EQ(MessageOf([&] { factory_->GetService("A"); }), L"maker failed");
     give = true;
@@ -166,47 +137,32 @@ TEST_F(ServiceRegistryTest, MakersThatGiveNothingOrThrow) {
 
 // The release function of an owning maker's object runs when the object's
 // last pointer goes, even after the factory has gone, and before the object
-// is deleted.
-TEST_F(ServiceRegistryTest, TheReleaseFunctionRunsAfterTheFactoryIsGone) {
+// is deleted. Set after an object was made it has no effect on that object;
+// set on a registration by instance it is never called.
+TEST_F(ServiceRegistryTest, ReleaseFunctions) {
     std::size_t tracked = ZEM::ReleaseTable().Size();
-    int calls = 0;
-    IObject* released = nullptr;
-    factory_->RegisterService("A", false, Maker("owned", calls), nullptr)
-        ->SetReleaseFunction([&](IObject* object) {
-            released = object;
-            zem_fixture_record(("release " + dynamic_cast<CProbe&>(*object).Name()).c_str());
-        });
+    int calls = 0, lateCalls = 0, releases = 0;
+    factory_->RegisterService("A", false, Maker("owned", calls), nullptr)->SetReleaseFunction([](IObject* object) {
+        zem_fixture_record(("release " + FixtureLog::TagOf(object)).c_str());
+    });
+    auto late = factory_->RegisterService("L", false, Maker("late", lateCalls), nullptr);
+    std::shared_ptr<IObject> early = factory_->GetService("L");
+    late->SetReleaseFunction([&](IObject*) { ++releases; });
+    early.reset();
+    factory_->GetService("L").reset();
+    factory_->RegisterService("B", false, Probe("instance"), nullptr)->SetReleaseFunction([&](IObject*) { ++releases; });
+    factory_->GetService("B").reset();
+
     std::shared_ptr<IObject> object = factory_->GetService("A");
     ASSERT_TRUE(object);
     EXPECT_EQ(ZEM::ReleaseTable().Size(), tracked + 1);
+    FixtureLog::Take();
     factory_.reset();
-    EXPECT_TRUE(FixtureLog::Lines().empty());
-    IObject* raw = object.get();
+    EXPECT_EQ(FixtureLog::Take(), Lines{"~instance"});
     object.reset();
-    EXPECT_EQ(released, raw);
-    EXPECT_EQ(FixtureLog::Lines(), (Lines{"release owned1", "~owned1"}));
+    EXPECT_EQ(FixtureLog::Take(), (Lines{"release owned1", "~owned1"}));
     EXPECT_EQ(ZEM::ReleaseTable().Size(), tracked);
-}
-
-// A release function set after an object was made has no effect on it; one
-// set on a registration by instance is never called.
-TEST_F(ServiceRegistryTest, AReleaseFunctionSetTooLate) {
-    int calls = 0, releases = 0;
-    auto counting = [&](IObject*) { ++releases; };
-    auto owned = factory_->RegisterService("A", false, Maker("owned", calls), nullptr);
-    std::shared_ptr<IObject> early = factory_->GetService("A");
-    owned->SetReleaseFunction(counting);
-    early.reset();
-    EXPECT_EQ(releases, 0);
-    factory_->GetService("A").reset();
-    EXPECT_EQ(releases, 1) << "an object made after the function was set is released through it";
-
-    auto instance = Probe("instance");
-    factory_->RegisterService("B", false, instance, nullptr)->SetReleaseFunction(counting);
-    factory_->GetService("B").reset();
-    factory_->ReleaseInstance(instance);
-    instance.reset();
-    EXPECT_EQ(releases, 1);
+    EXPECT_EQ(releases, 1) << "only the object made after the function was set goes through it";
 }
 
 // A bean that provides interfaces: one registration on all their lists, its
@@ -220,8 +176,7 @@ TEST_F(ServiceRegistryTest, ServicesOfBeans) {
     EXPECT_EQ(factory_->Configuration().Store().services.Size(), 5u);
     std::shared_ptr<IObject> viaA = factory_->GetService("A");
     ASSERT_TRUE(viaA);
-    EXPECT_EQ(factory_->GetService("B"), viaA);
-    EXPECT_EQ(factory_->GetService("C"), viaA);
+    for (const char* id : {"B", "C"}) EXPECT_EQ(factory_->GetService(id), viaA) << id;
     EXPECT_EQ(factory_->GetBean("single", nullptr), viaA);
     factory_->ReleaseInstance(viaA);
     EXPECT_EQ(factory_->GetServiceCount("A") + factory_->GetServiceCount("B") + factory_->GetServiceCount("C"), 0u);

@@ -1,14 +1,11 @@
-// Modules through the dynamic loader, the running program's own path and
-// handle, and fresh UUID texts.
+// Modules through the dynamic loader, and the running program's own path and
+// handle. (UUID texts are checked where beans without a name get them.)
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <regex>
-#include <set>
 #include <string>
 
 #include "platform/module.h"
-#include "platform/uuid.h"
 
 using namespace ZEM::platform;
 
@@ -16,12 +13,11 @@ using namespace ZEM::platform;
 // symbols, as a host that offers wrapper makers does.
 extern "C" __attribute__((visibility("default"))) int zem_platform_test_marker() { return 42; }
 
-TEST(Module, LoadsByPathAndSoname) {
+TEST(Module, LoadsByPathAndTheProgramItself) {
     for (const char* missing : {"", "/no/such/dir/libnothing.so", "libno_such_library_anywhere.so"})
         EXPECT_EQ(LoadModule(missing), nullptr) << missing;
     EXPECT_EQ(LoadModule(nullptr), nullptr);
     EXPECT_EQ(FindSymbol(nullptr, "strlen"), nullptr);
-    EXPECT_NE(FindSymbol(LoadModule("libc.so.6"), "strlen"), nullptr);
 
     std::string path = ExecutablePath();
     EXPECT_EQ(::access(path.c_str(), X_OK), 0);
@@ -33,16 +29,4 @@ TEST(Module, LoadsByPathAndSoname) {
     EXPECT_EQ(FindSymbol(self, "no_such_symbol_in_this_program"), nullptr);
     // The same file through a link still names the program, not a second copy.
     EXPECT_EQ(FindSymbol(LoadModule("/proc/self/exe"), "zem_platform_test_marker"), reinterpret_cast<void*>(marker));
-}
-
-TEST(Uuid, VersionFourInLowerCase) {
-    const std::regex form("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}");
-    std::set<std::string> seen;
-    for (int i = 0; i < 100; ++i) {
-        std::string text = "stale";
-        ASSERT_TRUE(NewUuidText(text));
-        EXPECT_TRUE(std::regex_match(text, form)) << text;
-        seen.insert(text);
-    }
-    EXPECT_EQ(seen.size(), 100u);
 }

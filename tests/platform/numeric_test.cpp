@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <string>
 
 using ZEM::platform::ParseDouble;
@@ -25,11 +24,7 @@ std::string Narrow(const wchar_t* text) {
 // Each text read as signed decimal and as unsigned with a base prefix;
 // out-of-range values stick at the limit instead of wrapping.
 TEST(Numeric, IntegersInBothReaders) {
-    const struct {
-        const wchar_t* text;
-        std::int32_t decimal;
-        std::uint32_t prefixed;
-    } cases[] = {
+    const struct { const wchar_t* text; std::int32_t decimal; std::uint32_t prefixed; } cases[] = {
         {L"", 0, 0},
         {L" -7", -7, 4294967289u},
         {L"\t\r\n +42", 42, 42},
@@ -59,10 +54,7 @@ TEST(Numeric, IntegersInBothReaders) {
 }
 
 TEST(Numeric, Floating) {
-    const struct {
-        const wchar_t* text;
-        double value;
-    } cases[] = {
+    const struct { const wchar_t* text; double value; } cases[] = {
         {L"", 0.0}, {L"abc", 0.0}, {L"2.5", 2.5}, {L"1e3", 1000.0}, {L" -0.25x", -0.25}, {L".5", 0.5},
         {L"7e", 7.0}, {L"1.5\u00E9", 1.5}, {L"\u00E91.5", 0.0},
         {L"1,5", 1.0},  // a comma is never the decimal point

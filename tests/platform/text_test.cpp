@@ -2,7 +2,6 @@
 // from narrow text, and ASCII case-insensitive comparison.
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 #include "platform/text.h"
@@ -14,11 +13,7 @@ using namespace ZEM::platform;
 // decodes to one replacement character.
 TEST(Utf8, RoundTripsAndReplacesEachBadByte) {
     const std::wstring R(1, L'\uFFFD');
-    const struct {
-        std::string bytes;
-        std::wstring text;
-        bool valid;
-    } cases[] = {
+    const struct { std::string bytes; std::wstring text; bool valid; } cases[] = {
         {"\xF4\x8F\xBF\xBF", L"\U0010FFFF", true},  // highest code point
         {std::string("a\0b", 3), std::wstring(L"a\0b", 3), true},
         {"x\xC3\xA9y\xE2\x82\xACz\xF0\x9F\x98\x80", L"x\u00E9y\u20ACz\U0001F600", true},
@@ -47,10 +42,7 @@ TEST(Utf8, RoundTripsAndReplacesEachBadByte) {
 }
 
 TEST(Utf16, ReadsLittleEndianUnitsToUtf8) {
-    const struct {
-        std::vector<unsigned char> bytes;
-        std::string utf8;
-    } cases[] = {
+    const struct { std::vector<unsigned char> bytes; std::string utf8; } cases[] = {
         {{0xE9, 0x00, 0xAC, 0x20}, "\xC3\xA9\xE2\x82\xAC"},
         {{0x3D, 0xD8, 0x00, 0xDE}, "\xF0\x9F\x98\x80"},  // a surrogate pair
         {{0x3D, 0xD8, 'a', 0}, "?a"},                    // high surrogate alone
@@ -67,11 +59,7 @@ TEST(Utf16, ReadsLittleEndianUnitsToUtf8) {
 }
 
 TEST(Utf16, TellsUtf16FromNarrowText) {
-    const struct {
-        const char* name;
-        std::string bytes;
-        bool utf16;
-    } cases[] = {
+    const struct { const char* name; std::string bytes; bool utf16; } cases[] = {
         {"mark only", "\xFF\xFE", true},
         {"UTF-8 with mark", "\xEF\xBB\xBF<zem/>", false},
         {"big-endian mark", "\xFE\xFF", false},

@@ -5,14 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-#include <string>
-#include <vector>
-
 #include "foundation/string_convert.h"
 #include "substitution/substitute.h"
+#include "support/message_of.h"
 #include "xml/xml_document.h"
-#include "zem/exception.h"
 
 namespace ZEM {
 namespace {
@@ -38,22 +34,14 @@ std::string Walk(const std::string& body, const ParameterMap& map = ParameterMap
     XMLNode beans = ParseText(text.c_str(), "beans", &result);
     EXPECT_EQ(result.error, 0u) << text;
     std::vector<std::string> names;
-    std::string failure;
-    try {
-        Read(beans, tags, map, names);
-    } catch (const CException& e) {
-        failure = "error: " + Narrow(e.GetMessageW());
-    }
+    std::wstring failure = zem_support::MessageOf([&] { Read(beans, tags, map, names); });
     std::string out;
     for (const std::string& name : names) out += (out.empty() ? "" : ",") + name;
-    if (!failure.empty()) out += (out.empty() ? "" : " ") + failure;
+    if (!failure.empty()) out += (out.empty() ? "error: " : " error: ") + Narrow(failure);
     return out;
 }
 
-struct SCase {
-    const char* attributes;
-    const char* outcome;
-};
+struct SCase { const char* attributes; const char* outcome; };
 
 const char* const kNumeric = "error: Value of numeric parameter must be numeric";
 const char* const kForName = "error: Empty attribute 'substitute' in bean for loop";
@@ -65,6 +53,8 @@ TEST(ForEachElement, ForLoop) {
              {R"(first="1" last="3" substitute="i")", "v1,v2,v3"},
              {R"(first="1" last="4" inc="2" substitute="i")", "v1,v3"},
              {R"(first="3" last="1" substitute="i")", ""},
+             {R"(first="5" last="5" substitute="i")", "v5"},
+             {R"(first="12abc" last="13" substitute="i")", "v12,v13"},
              {R"(first="-2" last="2" substitute="i")", "v-2,v-1,v0,v1,v2"},
              {R"(first="4294967295" last="0" substitute="i")", "v-1,v0"},  // read unsigned, used signed
              // At the ends of the 32-bit range; a loop that would wrap is
@@ -90,8 +80,12 @@ TEST(ForEachElement, ForLoop) {
 TEST(ForEachElement, ForEachLoop) {
     for (const SCase& c : std::initializer_list<SCase>{
              {R"(set="a|b|c" substitute="s")", "[a],[b],[c]"},
+             {R"(set="a | b" substitute="s")", "[a],[b]"},
              {R"(set=" a ||b|" substitute="s")", "[a],[],[b]"},
+             {R"(set="|a" substitute="s")", "[],[a]"},
+             {R"(set="a|  " substitute="s")", "[a],[]"},
              {R"(set="" substitute="s")", "[]"},
+             {R"(substitute="s")", "[]"},
              {R"(set="a|b" substitute="")", kForEachName},
          }) {
         SCOPED_TRACE(c.attributes);
@@ -102,16 +96,11 @@ TEST(ForEachElement, ForEachLoop) {
 TEST(ForEachElement, WalkOrder) {
     // Whatever the order in the file: the tags in list order, then the for
     // loops, then the foreach loops, each kind in document order.
-    const std::string body = R"(
-        <foreach set="x" substitute="s"><bean name="each-%s%"/></foreach>
-        <for first="1" last="1" substitute="i"><bean name="for-%i%"/></for>
-        <bean name="b1"/>
-        <service name="s1"/>
-        <property name="not-wanted"/>
-        <bean name="b2"/>
-        <foreach set="y" substitute="s"><service name="each-%s%"/></foreach>
-        <For first="2" last="2" substitute="i"><service name="for-%i%"/></For>
-    )";
+    const std::string body = R"(<foreach set="x" substitute="s"><bean name="each-%s%"/></foreach>)"
+                             R"(<for first="1" last="1" substitute="i"><bean name="for-%i%"/></for>)"
+                             R"(<bean name="b1"/><service name="s1"/><property name="not-wanted"/><bean name="b2"/>)"
+                             R"(<foreach set="y" substitute="s"><service name="each-%s%"/></foreach>)"
+                             R"(<For first="2" last="2" substitute="i"><service name="for-%i%"/></For>)";
     EXPECT_EQ(Walk(body), "b1,b2,s1,for-1,for-2,each-x,each-y");
     EXPECT_EQ(Walk(body, ParameterMap(), {"service", "bean"}), "s1,b1,b2,for-1,for-2,each-x,each-y");
 

@@ -20,9 +20,12 @@
 #include "foundation/string_convert.h"
 #include "platform/module.h"
 #include "support/fixture_log.h"
+#include "support/message_of.h"
 #include "zem/exception.h"
 
 namespace zem_support {
+
+using Lines = std::vector<std::string>;
 
 // The path of a fixture class library built by the test build.
 inline std::string FixturePath(const std::string& name) {
@@ -117,6 +120,18 @@ inline std::string Document(std::initializer_list<Library> libraries) {
     return xml + "</zem>";
 }
 
+// The paths of a store's libraries, and the names of a library's beans, in order.
+inline Lines LibraryPaths(const ZEM::CConfiguration& configuration) {
+    Lines paths;
+    for (const auto& library : configuration.Store().libraries) paths.push_back(library->path);
+    return paths;
+}
+inline Lines BeanNames(const ZEM::SLibrary& library) {
+    Lines names;
+    for (const ZEM::SBean& bean : library.beans) names.push_back(bean.name);
+    return names;
+}
+
 // What a configuring container does after reading.
 inline void Load(ZEM::CBeanFactoryImpl& factory, ZEM::CConfiguration&& configuration) {
     std::lock_guard<std::mutex> startup(ZEM::StartupMutex());
@@ -125,16 +140,6 @@ inline void Load(ZEM::CBeanFactoryImpl& factory, ZEM::CConfiguration&& configura
 }
 inline void Load(ZEM::CBeanFactoryImpl& factory, std::initializer_list<Library> libraries) {
     Load(factory, Build(&factory, libraries));
-}
-
-// The message of the CException that `action` throws; "" if none.
-inline std::wstring MessageOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const ZEM::CException& failure) {
-        return failure.GetMessageW();
-    }
-    return L"";
 }
 
 // Collects the failures that a factory's bean requests drop.
@@ -158,7 +163,8 @@ private:
     std::vector<std::string> entries_;
 };
 
-// A test whose fixture log starts empty, with serial numbers from 1.
+// A test whose fixture log starts empty, with serial numbers from 1, and a
+// factory of its own.
 class RecordingTest : public ::testing::Test {
 protected:
     void SetUp() override { FixtureLog::Reset(); }
@@ -174,6 +180,8 @@ protected:
             if (line.rfind("maker ", 0) != 0 && line.rfind("types ", 0) != 0) calls.push_back(std::move(line));
         return calls;
     }
+
+    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
 };
 
 }  // namespace zem_support

@@ -1,11 +1,7 @@
 // From a definition's argument texts to a wrapper call: the two ways of
 // passing nothing, references to services, and the test of declared property
 // types at binding.
-#include <gtest/gtest.h>
-
 #include <set>
-#include <string>
-#include <vector>
 
 #include "support/records.h"
 #include "zem/library.h"
@@ -13,13 +9,10 @@
 namespace {
 
 using namespace zem_support;
-using Lines = std::vector<std::string>;
 
 class BindingTest : public RecordingTest {
 protected:
     static void SetUpTestSuite() { ZEM::GetLocalLibrary().RegisterTypeId("IKnown", "zem.test.IKnown"); }
-
-    std::shared_ptr<ZEM::CBeanFactoryImpl> factory_ = std::make_shared<ZEM::CBeanFactoryImpl>();
 };
 
 class CService : public ZEM::IObject {};
@@ -30,22 +23,15 @@ TEST_F(BindingTest, MissingTargetIsANullEntryAndNullptrAnEmptyPointer) {
     Failures failures(*factory_);
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("peer", "Peer").Singleton(),
-                       Bean("holder", "Widget")
-                           .Method("make(obj,obj,obj,obj,obj)")
-                           .Arg("bean", "missing")
-                           .Arg("nullptr")
-                           .Arg("bean", "peer")
-                           .Arg("service", "IKnown")
-                           .Arg("nullptr", "ignored text")}}});
+                       Bean("holder", "Widget").Method("make(obj,obj,obj,obj,obj)").Arg("bean", "missing").Arg("nullptr")
+                           .Arg("bean", "peer").Arg("service", "IKnown").Arg("nullptr", "ignored text")}}});
     ASSERT_TRUE(factory_->GetBean("holder", nullptr));
     // Once a service is registered for the interface, the reference finds it.
     factory_->RegisterService("zem.test.IKnown", false, std::make_shared<CService>(), nullptr);
     ASSERT_TRUE(factory_->GetBean("holder", nullptr));
+    const std::string make = "create Widget make(obj,obj,obj,obj,obj) [null, obj(empty), obj(Peer#1), ";
     EXPECT_EQ(FixtureLog::Starting("create Widget"),
-              (Lines{"create Widget make(obj,obj,obj,obj,obj) [null, obj(empty), obj(Peer#1), null, obj(empty)] "
-                     "exit= deps=[] wrapper=self -> Widget#2",
-                     "create Widget make(obj,obj,obj,obj,obj) [null, obj(empty), obj(Peer#1), obj(foreign), "
-                     "obj(empty)] exit= deps=[] wrapper=self -> Widget#3"}));
+              (Lines{make + "null, obj(empty)] -> Widget#2", make + "obj(foreign), obj(empty)] -> Widget#3"}));
     EXPECT_TRUE(failures.Take().empty());
 }
 
@@ -61,18 +47,14 @@ TEST_F(BindingTest, ServiceReferenceToAnUnknownClassFailsTheRequest) {
     EXPECT_EQ(failures.Take(), (Lines{"ctor: No type id for class 'INobodyKnows' registered",
                                       "prop: No type id for class 'iknown' registered"}));
     // The property's bean was made and then destroyed; the other never was.
-    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1", "~Widget#1"}));
+    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] -> Widget#1", "~Widget#1"}));
 }
 
 // Only plain values and nullptr read an entry of the declared types; bean and
 // service references read none and so can't be refused. The wrapper is asked
 // once, with the number of all arguments; a property without any, too.
 TEST_F(BindingTest, DeclaredTypesAreReadByValuesOnly) {
-    const struct {
-        const char* property;
-        std::vector<ZEM::SArgument> arguments;
-        const char* failure;  // empty if the bean binds
-    } cases[] = {
+    const struct { const char* property; std::vector<ZEM::SArgument> arguments; const char* failure; } cases[] = {
         {"refs(-)", {Arg("bean", "peer"), Arg("service", "IKnown")}, ""},
         {"mixed(-,i32)", {Arg("bean", "peer"), Arg("int", "5")}, "Missing argument type for property 'mixed(-,i32)'"},
         {"mixed(i32,-)", {Arg("bean", "peer"), Arg("int", "5")}, ""},
@@ -98,17 +80,13 @@ TEST_F(BindingTest, DeclaredTypesAreReadByValuesOnly) {
 TEST_F(BindingTest, AFailedArgumentStopsBeforeTheConstructor) {
     Failures failures(*factory_);
     Load(*factory_, {{RecordingLibrary(),
-                      {Bean("peer", "Peer"), Bean("w", "Widget")
-                                                 .Method("make(obj,obj,bool,i32)")
-                                                 .Arg("bean", "peer")
-                                                 .Arg("bean", "peer")
-                                                 .Arg("bool", "yes")
-                                                 .Arg("int", "1")}}});
+                      {Bean("peer", "Peer"), Bean("w", "Widget").Method("make(obj,obj,bool,i32)").Arg("bean", "peer")
+                                                 .Arg("bean", "peer").Arg("bool", "yes").Arg("int", "1")}}});
     EXPECT_FALSE(factory_->GetBean("w", nullptr));
     Lines calls = Calls();
     ASSERT_EQ(calls.size(), 4u);
-    EXPECT_EQ(calls[0], "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#1");
-    EXPECT_EQ(calls[1], "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2");
+    EXPECT_EQ(calls[0], "create Peer Peer [] -> Peer#1");
+    EXPECT_EQ(calls[1], "create Peer Peer [] -> Peer#2");
     // Both values go with the failed request.
     EXPECT_EQ(std::set<std::string>(calls.begin() + 2, calls.end()), (std::set<std::string>{"~Peer#1", "~Peer#2"}));
     EXPECT_EQ(failures.Take(), Lines{"w: Invalid bool value"});
@@ -121,16 +99,10 @@ TEST_F(BindingTest, ReferencesResolveAtEachCall) {
                       {Bean("peer", "Peer"),
                        Bean("w", "Widget").Property("first(obj)", {Arg("bean", "peer")}).Property("second(obj)", {Arg("bean", "peer")})}}});
     ASSERT_TRUE(factory_->GetBean("w", nullptr));
-    EXPECT_EQ(Calls(), (Lines{
-                           "create Widget Widget [] exit= deps=[] wrapper=self -> Widget#1",
-                           "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#2",
-                           "invoke Widget Widget#1 first(obj) [obj(Peer#2)] -> true",
-                           "~Peer#2",
-                           "create Peer Peer [] exit= deps=[] wrapper=self -> Peer#3",
-                           "invoke Widget Widget#1 second(obj) [obj(Peer#3)] -> true",
-                           "~Peer#3",
-                           "~Widget#1",
-                       }));
+    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] -> Widget#1", "create Peer Peer [] -> Peer#2",
+                              "invoke Widget Widget#1 first(obj) [obj(Peer#2)] -> true", "~Peer#2",
+                              "create Peer Peer [] -> Peer#3", "invoke Widget Widget#1 second(obj) [obj(Peer#3)] -> true",
+                              "~Peer#3", "~Widget#1"}));
 }
 
 }  // namespace

@@ -1,24 +1,15 @@
 // The value types end to end: a type name and a text in a definition, and what
 // a real wrapper reads at the argument address when the property is set.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "support/records.h"
 
 namespace {
 
 using namespace zem_support;
 
-struct SConversion {
-    const char* type;   // as written in the definition
-    const char* text;   // the value's text (UTF-8 here, wide in the record)
-    const char* code;   // how the wrapper reads the address
-    const char* read;   // what it reads, or the dropped failure after '!'
-};
-
-const SConversion kConversions[] = {
+// The type name as written in the definition, the value's text (UTF-8 here,
+// wide in the record), how the wrapper reads the address, and what it reads
+// there, or the dropped failure after '!'.
+const struct { const char* type; const char* text; const char* code; const char* read; } kConversions[] = {
     // bool: the two words alone, case-sensitive, nothing around them.
     {"bool", "true", "bool", "true"},
     {"bool", "false", "bool", "false"},
@@ -95,31 +86,28 @@ class ConversionTest : public RecordingTest {};
 // Each row is a bean of its own with one property; the wrapper reads the
 // address as the row's code says.
 TEST_F(ConversionTest, EveryTypeNameReadsAsTheTableSays) {
-    auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
-    Failures failures(*factory);
+    Failures failures(*factory_);
     Library library{RecordingLibrary(),
                     {Bean("peer", "Peer"), Bean("p\xC3\xA9er", "Gadget"),
                      Bean("peer-with-a-name-longer-than-any-name-that-fits-on-the-stack-0123456789", "Factory")}};
-    std::vector<std::string> names;
     for (std::size_t i = 0; i < std::size(kConversions); ++i) {
-        const SConversion& row = kConversions[i];
-        names.push_back("case" + std::to_string(i));
-        library.beans.push_back(
-            Bean(names.back(), "Widget").Property(std::string("value(") + row.code + ")", {Arg(row.type, row.text)}));
+        const auto& row = kConversions[i];
+        library.beans.push_back(Bean("case" + std::to_string(i), "Widget")
+                                    .Property(std::string("value(") + row.code + ")", {Arg(row.type, row.text)}));
     }
-    Load(*factory, {library});
+    Load(*factory_, {library});
 
     for (std::size_t i = 0; i < std::size(kConversions); ++i) {
-        const SConversion& row = kConversions[i];
+        const auto& row = kConversions[i];
+        const std::string name = "case" + std::to_string(i);
         SCOPED_TRACE(std::string("type '") + row.type + "' text '" + row.text + "'");
         FixtureLog::Take();
-        std::shared_ptr<ZEM::IObject> object = factory->GetBean(names[i].c_str(), nullptr);
-        std::vector<std::string> invokes = FixtureLog::Starting("invoke ");
-        std::vector<std::string> dropped = failures.Take();
+        std::shared_ptr<ZEM::IObject> object = factory_->GetBean(name.c_str(), nullptr);
+        Lines invokes = FixtureLog::Starting("invoke "), dropped = failures.Take();
         if (row.read[0] == '!') {
             EXPECT_FALSE(object);
             EXPECT_TRUE(invokes.empty()) << "the wrapper must not be called with a value that failed";
-            EXPECT_EQ(dropped, std::vector<std::string>{names[i] + ": " + (row.read + 1)});
+            EXPECT_EQ(dropped, Lines{name + ": " + (row.read + 1)});
         } else {
             ASSERT_TRUE(object);
             ASSERT_EQ(invokes.size(), 1u);

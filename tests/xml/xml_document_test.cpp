@@ -4,32 +4,21 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "foundation/string_convert.h"
+#include "support/temp_dir.h"
 #include "xml/xml_dump.h"
 
 namespace {
 
 using zem_test::DumpXml;
-using zem_test::ParseExact;
 
 TEST(XmlDocument, RootChoice) {
-    struct SCase {
-        const char* input;
-        const char* rootName;
-        std::uint32_t error;
-        const char* tree;
-    };
-    const SCase cases[] = {
+    const struct { const char* input; const char* rootName; std::uint32_t error; const char* tree; } cases[] = {
         {"<?xml version=\"1.0\"?><zem/>", "zem", 0, "zem"},
         {"<ZEM><a/></ZEM>", "zem", 0, "ZEM{a}"},
         {"<x><y/><zem k='1'/><zem k='2'/></x>", "zem", 0, "zem(k=1)"},
         {"<x><y><zem/></y></x>", "zem", 11, "<empty>"},  // only a child of the top element counts
+        {"<!-- c --><zem/>", "zem", 0, "zem"},
         {"<a/><zem/>", "zem", 0, "zem"},
         {" \n ", "zem", 11, "<empty>"},
         {" \n ", nullptr, 2, "#top"},
@@ -39,10 +28,10 @@ TEST(XmlDocument, RootChoice) {
         {"<x><zem><bean></x>", "zem", 1, "zem{bean}"},
         {"<zem>&bad;</zem>", "zem", 12, "<empty>"},
     };
-    for (const SCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.input) + " / " + (c.rootName != nullptr ? c.rootName : "(null)"));
         ZEM::SXmlParseResult result{99, 99, 99};
-        ZEM::XMLNode root = ParseExact(c.input, c.rootName, &result);
+        ZEM::XMLNode root = zem_test::ParseExact(c.input, c.rootName, &result);
         EXPECT_EQ(result.error, c.error);
         EXPECT_EQ(DumpXml(root), c.tree);
         if (c.error == ZEM::XmlRootNotFound || c.error == ZEM::XmlNoError) EXPECT_EQ(result.line, 0);
@@ -55,30 +44,12 @@ TEST(XmlDocument, RootChoice) {
 
 class XmlFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = ::testing::TempDir() + "zem_xml_XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        dir_ = pattern;
+    ZEM::XMLNode Load(const std::string& name, const std::string& bytes, const char* rootName = "zem") {
+        result_ = ZEM::SXmlParseResult{99, 99, 99};
+        return ZEM::ParseFile(folder_.Write(name, bytes).c_str(), rootName, &result_);
     }
-    void TearDown() override {
-        for (const std::string& file : files_) std::remove(file.c_str());
-        rmdir(dir_.c_str());
-    }
-    std::string Write(const std::string& name, const std::string& bytes) {
-        std::string path = dir_ + "/" + name;
-        if (std::FILE* file = std::fopen(path.c_str(), "wb")) {
-            std::fwrite(bytes.data(), 1, bytes.size(), file);
-            std::fclose(file);
-        }
-        files_.push_back(path);
-        return path;
-    }
-    ZEM::XMLNode Load(const std::string& path, const char* rootName, ZEM::SXmlParseResult& result) {
-        result = ZEM::SXmlParseResult{99, 99, 99};
-        return ZEM::ParseFile(path.c_str(), rootName, &result);
-    }
-    std::string dir_;
-    std::vector<std::string> files_;
+    zem_support::TempDir folder_;
+    ZEM::SXmlParseResult result_{};
 };
 
 std::string ToUtf16Le(const std::string& utf8) {
@@ -102,10 +73,8 @@ const std::string kDocument =
     "</beans>\r\n  </library>\r\n</zem>\r\n";
 
 TEST_F(XmlFile, EncodingsGiveTheSameTree) {
-    ZEM::SXmlParseResult result;
-    ZEM::XMLNode plain = Load(Write("plain.xml", kDocument), "zem", result);
-    ASSERT_EQ(result.error, 0u);
-    const std::string tree = DumpXml(plain);
+    ZEM::XMLNode plain = Load("plain.xml", kDocument);
+    ASSERT_EQ(result_.error, 0u);
     EXPECT_STREQ(plain.ChildAt("library", 0).ChildAt("beans", 0).ChildAt("bean", 0).AttributeValue("id"),
                  "gr\xc3\xbc\xc3\x9f" "e\xe2\x82\xac\xf0\x9d\x84\x9e");
     const std::pair<const char*, std::string> twins[] = {
@@ -115,52 +84,36 @@ TEST_F(XmlFile, EncodingsGiveTheSameTree) {
     };
     for (const auto& [name, bytes] : twins) {
         SCOPED_TRACE(name);
-        ZEM::XMLNode root = Load(Write(name, bytes), "zem", result);
-        EXPECT_EQ(result.error, 0u);
-        EXPECT_EQ(DumpXml(root), tree);
+        EXPECT_EQ(DumpXml(Load(name, bytes)), DumpXml(plain));
+        EXPECT_EQ(result_.error, 0u);
     }
 }
 
 TEST_F(XmlFile, ErrorsInFiles) {
-    struct SCase {
-        const char* name;
-        std::string bytes;
-        const char* rootName;
-        std::uint32_t error;
-        int line;
-        int column;
-    };
-    const SCase cases[] = {
-        {"empty.xml", "", "zem", ZEM::XmlEmptyFile, 0, 0},
-        {"blank2.xml", " \r\n\t\n", nullptr, ZEM::XmlNoTagFound, 3, 1},
-        {"open.xml", "<zem>\n  <bean>\n  <bean/>", "zem", ZEM::XmlMissingEndTag, 3, 10},
-        // Positions in a UTF-16 file count the characters of its UTF-8 form.
-        {"entity16.xml", "\xff\xfe" + ToUtf16Le("<zem>\n \xc3\xa9 &x;</zem>"), "zem", ZEM::XmlUnknownEntity, 2, 9},
-        {"bom-only.xml", "\xff\xfe", nullptr, ZEM::XmlNoTagFound, 1, 1},
-    };
-    for (const SCase& c : cases) {
+    const struct { const char* name; std::string bytes; const char* rootName; std::uint32_t error; int line, column; }
+        cases[] = {
+            {"empty.xml", "", "zem", ZEM::XmlEmptyFile, 0, 0},
+            {"blank2.xml", " \r\n\t\n", nullptr, ZEM::XmlNoTagFound, 3, 1},
+            {"open.xml", "<zem>\n  <bean>\n  <bean/>", "zem", ZEM::XmlMissingEndTag, 3, 10},
+            // Positions in a UTF-16 file count the characters of its UTF-8 form.
+            {"entity16.xml", "\xff\xfe" + ToUtf16Le("<zem>\n \xc3\xa9 &x;</zem>"), "zem", ZEM::XmlUnknownEntity, 2, 9},
+            {"bom-only.xml", "\xff\xfe", nullptr, ZEM::XmlNoTagFound, 1, 1},
+        };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        ZEM::SXmlParseResult result;
-        Load(Write(c.name, c.bytes), c.rootName, result);
-        EXPECT_EQ(result.error, c.error);
-        EXPECT_EQ(result.line, c.line);
-        EXPECT_EQ(result.column, c.column);
+        Load(c.name, c.bytes, c.rootName);
+        EXPECT_EQ(std::vector<int>({static_cast<int>(result_.error), result_.line, result_.column}),
+                  std::vector<int>({static_cast<int>(c.error), c.line, c.column}));
     }
-    for (const std::string& path : {dir_ + "/missing.xml", dir_}) {
-        ZEM::SXmlParseResult result;
-        EXPECT_TRUE(Load(path, "zem", result).IsEmpty());
-        EXPECT_EQ(result.error, ZEM::XmlFileNotFound);
-        EXPECT_EQ(result.line, 0);
+    for (const std::string& path : {folder_.Path("missing.xml"), folder_.Path("")}) {
+        EXPECT_TRUE(ZEM::ParseFile(path.c_str(), "zem", &result_).IsEmpty());
+        EXPECT_EQ(result_.error, ZEM::XmlFileNotFound);
+        EXPECT_EQ(result_.line, 0);
     }
-}
-
-TEST_F(XmlFile, FileBeyondTheIndexRangeIsRefusedWithoutReading) {
     // Sparse: no disk space is used, and nothing may be read from it.
-    std::string path = Write("huge.xml", "<zem/>");
-    ASSERT_EQ(truncate(path.c_str(), 3LL << 30), 0);
-    ZEM::SXmlParseResult result;
-    EXPECT_TRUE(Load(path, "zem", result).IsEmpty());
-    EXPECT_EQ(result.error, ZEM::XmlFileTooLarge);
+    ASSERT_EQ(truncate(folder_.Write("huge.xml", "<zem/>").c_str(), 3LL << 30), 0);
+    EXPECT_TRUE(ZEM::ParseFile(folder_.Path("huge.xml").c_str(), "zem", &result_).IsEmpty());
+    EXPECT_EQ(result_.error, ZEM::XmlFileTooLarge);
 }
 
 }  // namespace

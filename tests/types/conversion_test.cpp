@@ -70,7 +70,7 @@ const struct { const char* type; const char* text; const char* code; const char*
     {"const                                                                char*", "y", "s", "\"y\""},
     // References by names of every length and alphabet.
     {"bean", "peer", "obj", "obj(Peer#"},
-    {"bean", "p\xC3\xA9er", "obj", "obj(Gadget#"},
+    {"bean", "p\xC3\xA9" "er", "obj", "obj(Gadget#"},
     {"bean", "peer-with-a-name-longer-than-any-name-that-fits-on-the-stack-0123456789", "obj", "obj(Factory#"},
     // names that are no type names; the message shows the name as written.
     {"Int", "1", "i32", "!Could not find type bean 'Int'"},
@@ -88,7 +88,7 @@ class ConversionTest : public RecordingTest {};
 TEST_F(ConversionTest, EveryTypeNameReadsAsTheTableSays) {
     Failures failures(*factory_);
     Library library{RecordingLibrary(),
-                    {Bean("peer", "Peer"), Bean("p\xC3\xA9er", "Gadget"),
+                    {Bean("peer", "Peer"), Bean("p\xC3\xA9" "er", "Gadget"),
                      Bean("peer-with-a-name-longer-than-any-name-that-fits-on-the-stack-0123456789", "Factory")}};
     for (std::size_t i = 0; i < std::size(kConversions); ++i) {
         const auto& row = kConversions[i];

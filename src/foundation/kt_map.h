@@ -62,7 +62,7 @@ public:
     // The value of `key`, default-constructed and linked in if absent.
     template <class K>
     Value& FindOrInsert(const K& key) {
-        std::uint64_t hash = Hash::Hash(key);
+        const std::uint64_t hash = Hash::Hash(key);
         if (count_ != 0) {
             if (Node* node = FindNode(key, hash)) return node->value;
         }
@@ -117,7 +117,7 @@ public:
         // Unlink from the `next` chain: the predecessor is the previous node of
         // this bucket, else the last node of the nearest non-empty bucket below.
         Node* previous = before;
-        if (previous == nullptr && b != firstBucket_) previous = LastNodeBelow(b);
+        if (previous == nullptr && b != firstBucket_) previous = LastBelow(b);
         if (previous != nullptr) previous->next = node->next;
         if (b == firstBucket_ && buckets_[b] == nullptr) {
             firstBucket_ = node->next != nullptr
@@ -155,18 +155,15 @@ private:
         SBlock* next;
         void* memory;
     };
+    static constexpr std::align_val_t kNodeAlignment{alignof(Node) < 8 ? 8 : alignof(Node)};
 
     Node* Head() const noexcept { return count_ == 0 ? nullptr : buckets_[firstBucket_]; }
 
-    static Node* LastOfChain(Node* node) noexcept {
-        while (node->chain != nullptr) node = node->chain;
-        return node;
-    }
-
-    // The last node in `next` order of the buckets below `b`; firstBucket_
-    // must be below `b`. In a sparse map (few entries, many buckets) walking
-    // the entries from the head is shorter than searching the buckets down.
-    Node* LastNodeBelow(std::uint32_t b) const noexcept {
+    // The last node of the nearest non-empty bucket below `b`, which is the
+    // predecessor in `next` of the head of `b`; `b` is above the first bucket,
+    // so there is one. In a sparse map (few entries, many buckets) walking the
+    // entries from the head is shorter than searching the buckets down.
+    Node* LastBelow(std::uint32_t b) const noexcept {
         if (static_cast<std::uint64_t>(count_) * 8 < b - firstBucket_) {
             Node* last = buckets_[firstBucket_];
             while (last->next != nullptr && (static_cast<std::uint32_t>(last->next->hash) & bucketMask_) < b)
@@ -175,7 +172,9 @@ private:
         }
         std::uint32_t i = b - 1;
         while (buckets_[i] == nullptr) --i;  // stops at firstBucket_ at the latest
-        return LastOfChain(buckets_[i]);
+        Node* node = buckets_[i];
+        while (node->chain != nullptr) node = node->chain;
+        return node;
     }
 
     template <class K>
@@ -185,11 +184,16 @@ private:
         return nullptr;
     }
 
+    // Returned nodes come first, then the newest block's untouched nodes from
+    // its end down: the order in which a free list that got all the block's
+    // nodes, the last one on top, would give them, without writing them all.
     Node* TakeNode() {
-        if (free_ == nullptr) AllocateBlock();
-        Node* node = free_;
-        free_ = *reinterpret_cast<Node**>(node);
-        return node;
+        if (Node* node = free_) {
+            free_ = *reinterpret_cast<Node**>(node);
+            return node;
+        }
+        if (untouched_ == 0) AllocateBlock();
+        return static_cast<Node*>(blocks_->memory) + --untouched_;
     }
     void GiveBack(Node* node) noexcept {
         *reinterpret_cast<Node**>(node) = free_;
@@ -206,12 +210,10 @@ private:
             size = static_cast<std::uint32_t>(grown);
         }
         if (size == 0) size = 1;
-        void* memory = ::operator new(sizeof(Node) * size, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)),
-                                      std::nothrow);
+        void* memory = ::operator new(sizeof(Node) * size, kNodeAlignment, std::nothrow);
         auto* block = static_cast<SBlock*>(std::malloc(sizeof(SBlock)));
         if (memory == nullptr || block == nullptr) {
-            if (memory != nullptr)
-                ::operator delete(memory, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)));
+            if (memory != nullptr) ::operator delete(memory, kNodeAlignment);
             std::free(block);
             throw KtExceptionContainer();
         }
@@ -219,8 +221,7 @@ private:
         block->next = blocks_;
         blocks_ = block;
         ++blocksAllocated_;
-        Node* nodes = static_cast<Node*>(memory);
-        for (std::uint32_t i = 0; i < size; ++i) GiveBack(&nodes[i]);
+        untouched_ = size;
     }
 
     Node** NewBuckets(std::uint32_t count) {
@@ -240,26 +241,22 @@ private:
                 throw;
             }
         }
-        std::uint32_t b = static_cast<std::uint32_t>(node->hash) & bucketMask_;
-        LinkInto(node, b);
-        ++count_;
-        if (static_cast<std::uint64_t>(count_) * 4 >= static_cast<std::uint64_t>(bucketCount_) * 3) Grow();
-    }
-
-    void LinkInto(Node* node, std::uint32_t b) noexcept {
-        if (count_ == 0 || firstBucket_ == kNoBucket) {
+        const std::uint32_t b = static_cast<std::uint32_t>(node->hash) & bucketMask_;
+        if (count_ == 0) {
             node->next = nullptr;
             firstBucket_ = b;
         } else if (b <= firstBucket_) {
             node->next = buckets_[firstBucket_];
             firstBucket_ = b;
         } else {
-            Node* last = LastNodeBelow(b);
+            Node* last = LastBelow(b);
             node->next = last->next;
             last->next = node;
         }
         node->chain = buckets_[b];
         buckets_[b] = node;
+        ++count_;
+        if (static_cast<std::uint64_t>(count_) * 4 >= static_cast<std::uint64_t>(bucketCount_) * 3) Grow();
     }
 
     // Doubles the buckets; a failure to get the new array leaves the map as it
@@ -267,60 +264,76 @@ private:
     // old `next` chain, and `next` then runs through the new buckets in
     // ascending order, each along its chain.
     //
-    // Both steps are done in one walk. The old chain visits old bucket j as one
-    // run, and its nodes go only to new bucket j or j + old count; so the new
-    // chain is the runs' low parts in order, followed by their high parts. The
-    // stored hash is the key's hash, so it is not worked out again.
+    // The old chain is the old buckets in ascending order, each along its
+    // chain; the nodes of old bucket j go only to new bucket j or j + old
+    // count. So the walk goes through the old array, and the new `next` chain
+    // is the buckets' low parts in order, followed by their high parts, each
+    // part hung behind the last one of its half. The stored hash is the key's
+    // hash, so it is not worked out again.
+    //
+    // The nodes lie scattered over the pool, so the walk waits on memory. It
+    // first gathers the heads of the non-empty old buckets at the front of
+    // the old array, which then tells the nodes to fetch well ahead, and it
+    // relinks without a branch on where a node goes: the processor can then
+    // have many nodes on their way at once.
     void Grow() {
         const std::uint32_t oldCount = bucketCount_;
-        const std::uint32_t oldMask = bucketMask_;
         const std::uint32_t count = oldCount * 2;
         if (count == 0) return;
         Node** buckets = static_cast<Node**>(std::calloc(count, sizeof(Node*)));
         if (buckets == nullptr) return;
         const std::uint32_t mask = count - 1;
+        const std::uint32_t oldMask = bucketMask_;
+        Node** const old = buckets_;
 
-        Node* lowHead = nullptr;
-        Node* lowTail = nullptr;
-        Node* highHead = nullptr;
-        Node* highTail = nullptr;
-        for (Node* n = Head(); n != nullptr;) {
-            const std::uint32_t oldBucket = static_cast<std::uint32_t>(n->hash) & oldMask;
-            const std::uint32_t low = oldBucket, high = oldBucket + oldCount;
-            Node* runLowTail = nullptr;   // first node put into `low`: the last of its chain
-            Node* runHighTail = nullptr;
-            do {
-                Node* following = n->next;
-                const std::uint32_t b = static_cast<std::uint32_t>(n->hash) & mask;
-                n->chain = buckets[b];
-                n->next = buckets[b];  // within a bucket, `next` follows `chain`
-                buckets[b] = n;
-                if (b == low) {
-                    if (runLowTail == nullptr) runLowTail = n;
-                } else if (runHighTail == nullptr) {
-                    runHighTail = n;
-                }
-                n = following;
-            } while (n != nullptr && (static_cast<std::uint32_t>(n->hash) & oldMask) == oldBucket);
-            if (runLowTail != nullptr) {
-                (lowTail != nullptr ? lowTail->next : lowHead) = buckets[low];
-                lowTail = runLowTail;
-            }
-            if (runHighTail != nullptr) {
-                (highTail != nullptr ? highTail->next : highHead) = buckets[high];
-                highTail = runHighTail;
-            }
+        std::uint32_t heads = 0;
+        for (std::uint32_t j = firstBucket_; j < oldCount; ++j) {
+            Node* head = old[j];
+            old[heads] = head;
+            heads += head != nullptr ? 1 : 0;
         }
-        if (lowTail != nullptr) lowTail->next = highHead;
-        if (highTail != nullptr) highTail->next = nullptr;
-        else if (lowTail != nullptr) lowTail->next = nullptr;
+        constexpr std::uint32_t kAhead = 16;
+        Node* lowHead = nullptr;
+        Node* highHead = nullptr;
+        Node** link[2] = {&lowHead, &highHead};  // where each half's next part goes
+        for (std::uint32_t i = 0; i < heads; ++i) {
+            if (i + kAhead < heads) Prefetch(old[i + kAhead]);
+            Node* n = old[i];
+            const std::uint32_t j = static_cast<std::uint32_t>(n->hash) & oldMask;
+            Node* last[2] = {nullptr, nullptr};  // first node put into each new bucket: the last of its chain
+            do {
+                Node* following = n->chain;
+                const std::uint32_t half = (static_cast<std::uint32_t>(n->hash) & oldCount) != 0 ? 1 : 0;
+                Node** slot = &buckets[j + half * oldCount];
+                n->chain = *slot;
+                n->next = *slot;  // within a bucket, `next` follows `chain`
+                *slot = n;
+                last[half] = last[half] != nullptr ? last[half] : n;
+                n = following;
+            } while (n != nullptr);
+            // An empty part stores null where the next part will go, and
+            // leaves the link where it was.
+            *link[0] = buckets[j];
+            link[0] = last[0] != nullptr ? &last[0]->next : link[0];
+            *link[1] = buckets[j + oldCount];
+            link[1] = last[1] != nullptr ? &last[1]->next : link[1];
+        }
+        *link[0] = highHead;
+        *link[1] = nullptr;
 
-        std::free(buckets_);
+        std::free(old);
         buckets_ = buckets;
         bucketCount_ = count;
         bucketMask_ = mask;
-        Node* head = lowHead != nullptr ? lowHead : highHead;
-        firstBucket_ = head != nullptr ? static_cast<std::uint32_t>(head->hash) & mask : kNoBucket;
+        firstBucket_ = lowHead != nullptr ? static_cast<std::uint32_t>(lowHead->hash) & mask : kNoBucket;
+    }
+
+    static void Prefetch(const void* address) noexcept {
+#if defined(__GNUC__)
+        __builtin_prefetch(address, 1);
+#else
+        (void)address;
+#endif
     }
 
     void Destroy() noexcept {
@@ -335,15 +348,16 @@ private:
         buckets_ = nullptr;
         while (blocks_ != nullptr) {
             SBlock* next = blocks_->next;
-            ::operator delete(blocks_->memory, std::align_val_t(alignof(Node) < 8 ? 8 : alignof(Node)));
+            ::operator delete(blocks_->memory, kNodeAlignment);
             std::free(blocks_);
             blocks_ = next;
         }
         free_ = nullptr;
+        untouched_ = 0;
     }
 
     SBlock* blocks_ = nullptr;
-    Node* free_ = nullptr;
+    Node* free_ = nullptr;  // nodes given back
     std::uint32_t blockSize_ = 128;
     std::uint32_t blocksAllocated_ = 0;
     float growth_ = 1.5f;
@@ -352,4 +366,5 @@ private:
     std::uint32_t bucketCount_ = 128;
     std::uint32_t bucketMask_ = 127;
     std::uint32_t firstBucket_ = kNoBucket;
+    std::uint32_t untouched_ = 0;  // nodes of the newest block not yet handed out
 };

@@ -35,6 +35,9 @@ struct SEmptyRep {
 extern SEmptyRep g_emptyRep;
 // The empty characters must sit right behind the header, as in every other rep.
 static_assert(offsetof(SEmptyRep, chars) == sizeof(SStrRep));
+// Length and capacity are the header's last eight bytes: they stand right in
+// front of the characters and change only in a string's unshared rep.
+static_assert(sizeof(SStrRep) - offsetof(SStrRep, length) == 8);
 
 }  // namespace kt_detail
 
@@ -81,6 +84,10 @@ public:
         }
         return *this;
     }
+
+    // Bytes that may be read right in front of c_str(), in every string: a
+    // word that ends inside the text can be loaded whole (the hash does so).
+    static constexpr std::size_t kReadableBefore = 8;
 
     const Ch* c_str() const noexcept { return chars_; }
     std::int32_t Length() const noexcept { return Rep()->length; }

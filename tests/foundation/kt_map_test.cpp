@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <deque>
 #include <map>
 #include <memory>
 #include <random>
@@ -38,6 +40,39 @@ void ExpectChainInBucketOrder(const StrMap& map) {
 }
 
 std::string Key(int i) { return "key" + std::to_string(i); }
+
+// The order that the rules give, kept the plain way: a new key goes to the
+// head of its bucket, and a doubling moves every key to the head of its new
+// bucket, walking the old order.
+class OrderModel {
+public:
+    void Insert(const std::string& key) {
+        buckets_[BucketOf(key)].push_front(key);
+        if (++size_ * 4 >= buckets_.size() * 3) {
+            const std::vector<std::string> old = Order();
+            buckets_.assign(buckets_.size() * 2, {});
+            for (const std::string& moved : old) buckets_[BucketOf(moved)].push_front(moved);
+        }
+    }
+    void Erase(const std::string& key) {
+        std::deque<std::string>& bucket = buckets_[BucketOf(key)];
+        bucket.erase(std::find(bucket.begin(), bucket.end(), key));
+        --size_;
+    }
+    std::vector<std::string> Order() const {
+        std::vector<std::string> order;
+        for (const auto& bucket : buckets_) order.insert(order.end(), bucket.begin(), bucket.end());
+        return order;
+    }
+
+private:
+    std::size_t BucketOf(const std::string& key) const {
+        return static_cast<std::uint32_t>(KtHash<KtStr>::Hash(key)) & (buckets_.size() - 1);
+    }
+
+    std::vector<std::deque<std::string>> buckets_ = std::vector<std::deque<std::string>>(128);
+    std::size_t size_ = 0;
+};
 
 }  // namespace
 
@@ -152,18 +187,28 @@ TEST(KtMap, EmptyKeyIsLegal) {
 }
 
 // Random inserts and erasures against a reference: crosses both doublings and
-// every erase case (head, middle, tail of a bucket; first bucket emptied).
+// every erase case (head, middle, tail of a bucket; first bucket emptied), and
+// the order comes out as the rules have it.
 TEST(KtMap, AgreesWithReferenceUnderRandomOperations) {
     std::mt19937 random(20240611);
     StrMap map;
     std::map<std::string, int> reference, seen;
+    OrderModel model;
     for (int step = 0; step < 20000; ++step) {
         std::string key = Key(static_cast<int>(random() % 400));
-        if (random() % 3 != 0) map[key] = reference[key] = step;
-        else ASSERT_EQ(map.Erase(key), reference.erase(key) == 1) << "step " << step;
+        if (random() % 3 != 0) {
+            if (reference.count(key) == 0) model.Insert(key);
+            map[key] = reference[key] = step;
+        } else {
+            const bool present = reference.erase(key) == 1;
+            ASSERT_EQ(map.Erase(key), present) << "step " << step;
+            if (present) model.Erase(key);
+        }
+        if (step % 1000 == 0) ASSERT_EQ(Keys(map), model.Order()) << "step " << step;
     }
     for (auto& node : map) seen[node.key.c_str()] = node.value;
     EXPECT_EQ(seen, reference);
+    EXPECT_EQ(Keys(map), model.Order());
     ExpectChainInBucketOrder(map);
 
     // Few entries among many buckets: links and unlinks find their place

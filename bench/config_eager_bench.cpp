@@ -7,12 +7,8 @@
 // the check below can count them and cast them without crossing a module.
 // Compare with bench_config_load, which stops before any bean is bound.
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -110,41 +106,10 @@ namespace {
 using app::services::g_census;
 using app::services::ServiceBase;
 
-// The generated documents, written once per size into a folder of their own
-// that goes when the program ends.
-class DocumentFolder {
-public:
-    DocumentFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zem-eager-bench-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) != nullptr) root_ = pattern;
-    }
-    ~DocumentFolder() {
-        std::error_code ignored;
-        if (!root_.empty()) std::filesystem::remove_all(root_, ignored);
-    }
-
-    // The path of the all-eager document of `beans` beans; empty if it can't
-    // be written.
-    const std::wstring& PathFor(int beans) {
-        auto found = paths_.find(beans);
-        if (found != paths_.end()) return found->second;
-        std::wstring& path = paths_[beans];
-        if (root_.empty()) return path;
-        std::filesystem::path file = root_ / ("eager-" + std::to_string(beans) + ".xml");
-        std::ofstream out(file, std::ios::binary);
-        out << GenerateConfiguration(beans, SGeneratorOptions{.libraryPath = std::nullopt, .allEager = true});
-        if (out.good()) path = ZEM::Widen(file.string());
-        return path;
-    }
-
-private:
-    std::filesystem::path root_;
-    std::map<int, std::wstring> paths_;
-};
-
-DocumentFolder& Documents() {
-    static DocumentFolder folder;
-    return folder;
+CGeneratedDocuments& Documents() {
+    static CGeneratedDocuments documents("zem-eager-bench",
+                                         SGeneratorOptions{.libraryPath = std::nullopt, .allEager = true});
+    return documents;
 }
 
 // Loads the document once and looks at what came of it: every bean made,

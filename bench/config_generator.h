@@ -6,8 +6,17 @@
 // compare.
 #pragma once
 
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <optional>
 #include <string>
+#include <system_error>
+#include <utility>
+
+#include "foundation/string_convert.h"
 
 // What may vary between documents of one count. The defaults give the text
 // of GenerateConfiguration(beans), which the load benchmarks read.
@@ -53,3 +62,37 @@ inline std::string GenerateConfiguration(int beans, const SGeneratorOptions& opt
 }
 
 inline std::string GenerateConfiguration(int beans) { return GenerateConfiguration(beans, SGeneratorOptions{}); }
+
+// Generated documents, written once per size into a temporary folder of their
+// own that goes with this object.
+class CGeneratedDocuments {
+public:
+    CGeneratedDocuments(const char* prefix, SGeneratorOptions options) : options_(std::move(options)) {
+        std::string pattern = (std::filesystem::temp_directory_path() / (std::string(prefix) + "-XXXXXX")).string();
+        if (::mkdtemp(pattern.data()) != nullptr) root_ = pattern;
+    }
+    ~CGeneratedDocuments() {
+        std::error_code ignored;
+        if (!root_.empty()) std::filesystem::remove_all(root_, ignored);
+    }
+    CGeneratedDocuments(const CGeneratedDocuments&) = delete;
+    CGeneratedDocuments& operator=(const CGeneratedDocuments&) = delete;
+
+    // The path of the document of `beans` beans; empty if it can't be written.
+    const std::wstring& PathFor(int beans) {
+        auto found = paths_.find(beans);
+        if (found != paths_.end()) return found->second;
+        std::wstring& path = paths_[beans];
+        if (root_.empty()) return path;
+        std::filesystem::path file = root_ / ("beans-" + std::to_string(beans) + ".xml");
+        std::ofstream out(file, std::ios::binary);
+        out << GenerateConfiguration(beans, options_);
+        if (out.good()) path = ZEM::Widen(file.string());
+        return path;
+    }
+
+private:
+    SGeneratorOptions options_;
+    std::filesystem::path root_;
+    std::map<int, std::wstring> paths_;
+};

@@ -3,11 +3,7 @@
 // then merging the result into an empty long-lived store. The time per bean
 // should stay flat from 1,000 to 100,000 beans.
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <string>
 
 #include "config/configuration.h"
@@ -18,40 +14,9 @@
 
 namespace {
 
-// The generated documents, written once per size into a folder of their own
-// that goes when the program ends.
-class DocumentFolder {
-public:
-    DocumentFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zem-config-bench-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) != nullptr) root_ = pattern;
-    }
-    ~DocumentFolder() {
-        std::error_code ignored;
-        if (!root_.empty()) std::filesystem::remove_all(root_, ignored);
-    }
-
-    // The path of the document of `beans` beans; empty if it can't be written.
-    const std::wstring& PathFor(int beans) {
-        auto found = paths_.find(beans);
-        if (found != paths_.end()) return found->second;
-        std::wstring& path = paths_[beans];
-        if (root_.empty()) return path;
-        std::filesystem::path file = root_ / ("beans-" + std::to_string(beans) + ".xml");
-        std::ofstream out(file, std::ios::binary);
-        out << GenerateConfiguration(beans);
-        if (out.good()) path = ZEM::Widen(file.string());
-        return path;
-    }
-
-private:
-    std::filesystem::path root_;
-    std::map<int, std::wstring> paths_;
-};
-
-DocumentFolder& Documents() {
-    static DocumentFolder folder;
-    return folder;
+CGeneratedDocuments& Documents() {
+    static CGeneratedDocuments documents("zem-config-bench", SGeneratorOptions{});
+    return documents;
 }
 
 void BM_LoadConfigurationFile(benchmark::State& state) {

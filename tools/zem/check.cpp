@@ -55,12 +55,10 @@ bool CheckOne(const std::string& file, bool eager) {
 }  // namespace
 
 int RunCheck(const Args& args) {
-    const SParsedArgs parsed = ParseArgs(args, {{"--no-eager", false}});
-    if (parsed.help) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    RequireOperands(parsed, 1, static_cast<std::size_t>(-1), "FILE");
+    const std::optional<SParsedArgs> command =
+        ParseCommand(args, {{"--no-eager", false}}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
     bool allWell = true;
     for (const std::string& file : parsed.operands) allWell = CheckOne(file, !parsed.Has("--no-eager")) && allWell;
     return allWell ? kExitOk : kExitFinding;

@@ -53,6 +53,18 @@ void RequireOperands(const SParsedArgs& parsed, std::size_t least, std::size_t m
     if (count > most) throw CUsageError("unexpected argument '" + parsed.operands[most] + "'");
 }
 
+std::optional<SParsedArgs> ParseCommand(const std::vector<std::string>& args,
+                                        std::initializer_list<SOptionSpec> specs, const char* help,
+                                        std::size_t least, std::size_t most, const char* what) {
+    SParsedArgs parsed = ParseArgs(args, specs);
+    if (parsed.help) {
+        std::cout << help;
+        return std::nullopt;
+    }
+    RequireOperands(parsed, least, most, what);
+    return parsed;
+}
+
 std::string Utf8(std::wstring_view text) { return ZEM::Narrow(text); }
 
 namespace {

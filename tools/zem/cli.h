@@ -5,6 +5,7 @@
 
 #include <initializer_list>
 #include <map>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -43,6 +44,12 @@ SParsedArgs ParseArgs(const std::vector<std::string>& args, std::initializer_lis
 
 // Throws CUsageError unless the operand count lies in [least, most].
 void RequireOperands(const SParsedArgs& parsed, std::size_t least, std::size_t most, const char* what);
+
+// The start of every verb: its options parsed, then either `help` printed
+// (for --help; nothing is returned) or the operand count checked.
+std::optional<SParsedArgs> ParseCommand(const std::vector<std::string>& args,
+                                        std::initializer_list<SOptionSpec> specs, const char* help,
+                                        std::size_t least, std::size_t most, const char* what);
 
 // Wide library text (messages) as UTF-8.
 std::string Utf8(std::wstring_view text);

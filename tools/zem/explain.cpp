@@ -54,12 +54,9 @@ std::string CycleThrough(const CBeanIndex& index, std::size_t entry) {
 }  // namespace
 
 int RunExplain(const Args& args) {
-    const SParsedArgs parsed = ParseArgs(args, {{"--no-eager", false}});
-    if (parsed.help) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    RequireOperands(parsed, 2, 2, "FILE and NAME");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--no-eager", false}}, kHelp, 2, 2, "FILE and NAME");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands[0];
     const std::string& name = parsed.operands[1];
 

@@ -65,12 +65,9 @@ std::string EdgeLabel(const SBeanEntry& from, const SBeanEdge& edge) {
 }  // namespace
 
 int RunGraph(const Args& args) {
-    const SParsedArgs parsed = ParseArgs(args, {});
-    if (parsed.help) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    RequireOperands(parsed, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {}, kHelp, 1, 1, "FILE");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
     CSession session;
     if (!LoadOrTell(session, file, false)) return kExitFinding;

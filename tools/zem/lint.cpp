@@ -144,12 +144,9 @@ void LintDefinitions(const ZEM::CConfigurationStore& store, const CBeanIndex& in
 }
 
 int RunLint(const Args& args) {
-    const SParsedArgs parsed = ParseArgs(args, {{"--load", false}});
-    if (parsed.help) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    RequireOperands(parsed, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--load", false}}, kHelp, 1, 1, "FILE");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
 
     CFindings findings;

@@ -137,12 +137,9 @@ void PrintJson(const std::string& file, const ZEM::CConfigurationStore& store, c
 }  // namespace
 
 int RunList(const Args& args) {
-    const SParsedArgs parsed = ParseArgs(args, {{"--json", false}});
-    if (parsed.help) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    RequireOperands(parsed, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--json", false}}, kHelp, 1, 1, "FILE");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
     CSession session;
     if (!LoadOrTell(session, file, false)) return kExitFinding;

@@ -109,12 +109,9 @@ void PrintTree(const ZEM::XMLNode& root, std::string& out) {
 }  // namespace
 
 int RunXml(const Args& args) {
-    const SParsedArgs parsed = ParseArgs(args, {{"--root", true}});
-    if (parsed.help) {
-        std::cout << kHelp;
-        return kExitOk;
-    }
-    RequireOperands(parsed, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--root", true}}, kHelp, 1, 1, "FILE");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
     const auto root = parsed.values.find("--root");
     const char* rootName = root != parsed.values.end() ? root->second.c_str() : nullptr;

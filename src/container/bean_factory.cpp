@@ -193,19 +193,21 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
         dependencies.push_back(GetBeanObject(entry.c_str(), library, true));
 
     std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(bean);
-    std::shared_ptr<const IBeanWrapper> creator = classWrapper;
+    std::shared_ptr<const IBeanWrapper> factoryWrapper;
     if (!bean.factoryBean.empty()) {
         SBeanType* factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
         if (factoryBean == nullptr) return Fail(name, Message(L"Factory bean '", bean.factoryBean, L"' not found"));
-        creator = GetClassWrapper(*factoryBean);
+        factoryWrapper = GetClassWrapper(*factoryBean);
     }
+    const std::shared_ptr<const IBeanWrapper>& creator = bean.factoryBean.empty() ? classWrapper : factoryWrapper;
     // A maker that gave no wrapper leaves nothing to call.
     if (!creator || !classWrapper) return Fail(name, Message(L"No wrapper for class '", bean.className, L"'"));
 
     std::shared_ptr<IObject> object;
     {
         // The argument values live until the object's shared pointer exists.
-        CCallArguments arguments(bean.preparedArguments, this, types_.get(), bean.library);
+        CCallArguments arguments(bean.preparedArguments, this, types_.get(), bean.library,
+                                 bean.argumentTypes.data());
         std::unique_ptr<IObject> made = creator->CreateInstance(bean.factoryMethod.c_str(), arguments.Count(),
                                                                 arguments.Values(), creator,
                                                                 bean.exitMethod.c_str(), dependencies);
@@ -219,9 +221,11 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
         std::vector<void*> args{static_cast<void*>(&requested)};
         if (!creator->Invoke(object.get(), "SetName", 1, &args)) return Fail(name, L"Method 'SetName' failed");
     }
+    IType** propertyTypes = bean.argumentTypes.data() + bean.preparedArguments.size();
     for (SProperty* property : bean.preparedProperties) {
-        if (!ApplyProperty(*property, this, object.get(), *classWrapper, types_.get(), bean.library))
+        if (!ApplyProperty(*property, this, object.get(), *classWrapper, types_.get(), bean.library, propertyTypes))
             return Fail(name, Message(L"Property '", property->name, L"' failed"));
+        propertyTypes += property->arguments.size();
     }
     // An init method that throws ends up in the request's catch, like any
     // other failure: the object ends with the unwinding.

@@ -4,20 +4,17 @@ namespace ZEM {
 
 void CInstanceCensus::Add(const char* name, IObject* object) {
     std::lock_guard<std::mutex> guard(lock_);
-    SCounters& counters = byName_.FindOrInsert(std::string_view(name));
-    ++counters.alive;
-    ++counters.total;
-    byObject_.FindOrInsert(object) = name;
+    NameTable::Node& entry = byName_.FindOrInsertNode(std::string_view(name));
+    ++entry.value.alive;
+    ++entry.value.total;
+    byObject_.FindOrInsert(object) = &entry;
 }
 
 void CInstanceCensus::Remove(IObject* object) {
     std::lock_guard<std::mutex> guard(lock_);
-    std::string name;
-    if (!byObject_.Erase(object, &name)) return;
-    if (byName_.IsEmpty()) return;
-    if (SCounters* counters = byName_.Find(std::string_view(name))) {
-        if (--counters->alive == 0) byName_.Erase(std::string_view(name));
-    }
+    NameTable::Node* entry = nullptr;
+    if (!byObject_.Erase(object, &entry)) return;
+    if (--entry->value.alive == 0) byName_.Erase(std::string_view(entry->key));
 }
 
 CInstanceCensus::SCounters CInstanceCensus::Count(const std::string& name) {

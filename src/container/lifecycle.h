@@ -29,9 +29,13 @@ public:
     std::uint32_t ObjectCount();
 
 private:
+    using NameTable = KtMap<std::string, SCounters>;
+
     std::mutex lock_;
-    KtMap<std::string, SCounters> byName_;
-    KtMap<IObject*, std::string> byObject_;  // the object's bean name
+    NameTable byName_;
+    // The entry of the object's bean name in byName_, which stays while an
+    // object of that name is counted.
+    KtMap<IObject*, NameTable::Node*> byObject_;
 };
 
 CInstanceCensus& InstanceCensus();

@@ -62,9 +62,14 @@ public:
     // The value of `key`, default-constructed and linked in if absent.
     template <class K>
     Value& FindOrInsert(const K& key) {
+        return FindOrInsertNode(key).value;
+    }
+    // The same, giving the whole entry: its key lives as long as the entry.
+    template <class K>
+    Node& FindOrInsertNode(const K& key) {
         const std::uint64_t hash = Hash::Hash(key);
         if (count_ != 0) {
-            if (Node* node = FindNode(key, hash)) return node->value;
+            if (Node* node = FindNode(key, hash)) return *node;
         }
         Node* node = TakeNode();
         try {
@@ -82,7 +87,7 @@ public:
         }
         node->hash = hash;
         Link(node);
-        return node->value;
+        return *node;
     }
     template <class K>
     Value& operator[](const K& key) { return FindOrInsert(key); }

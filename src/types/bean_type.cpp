@@ -21,6 +21,9 @@ SBeanType::SBeanType(const SBean& definition, WrapperMaker makerFunction, const 
     IBeanWrapper* made = maker != nullptr ? maker() : nullptr;
     wrapper.reset(made);
     preparedArguments = arguments;
+    std::size_t argumentCount = preparedArguments.size();
+    for (const SProperty& property : properties) argumentCount += property.arguments.size();
+    argumentTypes.assign(argumentCount, nullptr);
     if (!wrapper && !properties.empty())
         throw CException(Message(L"Getting wrapper maker failed for class '", className, L"'"));
     try {
@@ -59,8 +62,12 @@ SBeanType::~SBeanType() {
 }
 
 ValueHolder EvaluateArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
-                             const SLibrary* library) {
-    IType* type = types->FindType(argument.type.c_str());
+                             const SLibrary* library, IType** knownType) {
+    IType* type = knownType != nullptr ? *knownType : nullptr;
+    if (type == nullptr) {
+        type = types->FindType(argument.type.c_str());
+        if (knownType != nullptr) *knownType = type;
+    }
     return ValueHolder(type->CreateValue(factory, argument.type.c_str(), argument.value.c_str(), library));
 }
 
@@ -87,7 +94,7 @@ thread_local SSpareLists t_spareLists;
 }  // namespace
 
 CCallArguments::CCallArguments(const std::vector<SArgument>& arguments, IBeanFactory* factory,
-                               CTypeRegistry* types, const SLibrary* library) {
+                               CTypeRegistry* types, const SLibrary* library, IType** knownTypes) {
     if (arguments.empty()) return;
     SSpareLists& spare = t_spareLists;
     if (spare.count != 0 && !spare.closed) values_ = std::move(spare.lists[--spare.count]);
@@ -97,7 +104,8 @@ CCallArguments::CCallArguments(const std::vector<SArgument>& arguments, IBeanFac
         for (const SArgument& argument : arguments) {
             ValueHolder& holder = held_ < kInPlace ? inPlace_[held_] : more_.emplace_back();
             ++held_;
-            holder = EvaluateArgument(argument, factory, types, library);
+            IType** knownType = knownTypes != nullptr ? &knownTypes[held_ - 1] : nullptr;
+            holder = EvaluateArgument(argument, factory, types, library, knownType);
             values_.push_back(holder.GetValue());
         }
     } catch (...) {
@@ -119,8 +127,8 @@ void CCallArguments::Release() noexcept {
 }
 
 bool ApplyProperty(const SProperty& property, IBeanFactory* factory, IObject* object, const IBeanWrapper& wrapper,
-                   CTypeRegistry* types, const SLibrary* library) {
-    CCallArguments arguments(property.arguments, factory, types, library);
+                   CTypeRegistry* types, const SLibrary* library, IType** knownTypes) {
+    CCallArguments arguments(property.arguments, factory, types, library, knownTypes);
     bool result = wrapper.Invoke(object, property.name.c_str(), arguments.Count(), arguments.Values());
     arguments.Release();
     return result;

@@ -29,6 +29,12 @@ struct SBeanType : SBean {
     std::vector<SProperty*> preparedProperties;  // records from the property pool
     std::vector<SArgument> preparedArguments;
     const SLibrary* library;                     // the library that holds the bean
+    // The value type of every argument, the constructor's first and then each
+    // property's in order, found at the first request that needs it. The
+    // table of types is fixed once built and goes with the bean types at a
+    // reset, so an entry once found stays right. Written under the factory's
+    // lock.
+    std::vector<IType*> argumentTypes;
     // The factory's entry of the finished singleton, once there is one; a
     // shortcut past the second look-up of the name. Both go at a reset.
     const BeanPair* singletonEntry = nullptr;
@@ -46,19 +52,21 @@ private:
 };
 
 // Evaluates one argument; throws on an unknown type, a bad bool, or a service
-// class without type id.
+// class without type id. `knownType`, if given, keeps the argument's type
+// from one evaluation to the next.
 ValueHolder EvaluateArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
-                             const SLibrary* library);
+                             const SLibrary* library, IType** knownType = nullptr);
 std::unique_ptr<ValueHolder> BindArgument(const SArgument& argument, IBeanFactory* factory,
                                           CTypeRegistry* types, const SLibrary* library);
 
 // The arguments of one wrapper call: the addresses the wrapper reads and the
 // holders that keep the values alive until the call is over. Arguments are
-// evaluated in order; a throw releases those evaluated so far.
+// evaluated in order; a throw releases those evaluated so far. `knownTypes`,
+// if given, has one entry per argument (see EvaluateArgument).
 class CCallArguments {
 public:
     CCallArguments(const std::vector<SArgument>& arguments, IBeanFactory* factory, CTypeRegistry* types,
-                   const SLibrary* library);
+                   const SLibrary* library, IType** knownTypes = nullptr);
     ~CCallArguments() { Release(); }
     CCallArguments(const CCallArguments&) = delete;
     CCallArguments& operator=(const CCallArguments&) = delete;
@@ -80,6 +88,7 @@ private:
 
 // Evaluates the property's arguments and invokes it on `object`.
 bool ApplyProperty(const SProperty& property, IBeanFactory* factory, IObject* object,
-                   const IBeanWrapper& wrapper, CTypeRegistry* types, const SLibrary* library);
+                   const IBeanWrapper& wrapper, CTypeRegistry* types, const SLibrary* library,
+                   IType** knownTypes = nullptr);
 
 }  // namespace ZEM

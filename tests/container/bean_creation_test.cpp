@@ -41,11 +41,13 @@ TEST_F(BeanCreationTest, TheOrderOfOneBeansSetUp) {
 }
 
 // A bean that isn't a singleton gets a new object with its whole set-up at
-// every request; a singleton is made once. Wrappers are keyed by the class
-// text: two spellings are two wrappers, two beans of one class share one.
+// every request, each argument read by its own type each time; a singleton is
+// made once. Wrappers are keyed by the class text: two spellings are two
+// wrappers, two beans of one class share one.
 TEST_F(BeanCreationTest, NewObjectsSingletonsAndWrappers) {
     Load(*factory_, {{RecordingLibrary(),
-                      {Bean("each", "Widget").Property("p(i32)", {Arg("int", "1")}),
+                      {Bean("each", "Widget").Method("make(d,s)").Arg("double", "0.5").Arg("char*", "c")
+                           .Property("p(i32)", {Arg("int", "1")}).Property("q(s,u8)", {Arg("char*", "x"), Arg("uint8_t", "300")}),
                        Bean("once", "Gadget").Property("p(i32)", {Arg("int", "2")}).Singleton(), Bean("lower", "widget"),
                        Bean("again", "Widget")}}});
     Bind("each");
@@ -53,9 +55,15 @@ TEST_F(BeanCreationTest, NewObjectsSingletonsAndWrappers) {
     EXPECT_NE(factory_->GetBean("each", nullptr), first);
     auto once = factory_->GetBean("once", nullptr);
     EXPECT_EQ(factory_->GetBean("once", nullptr), once);
-    EXPECT_EQ(FixtureLog::Starting("invoke "), (Lines{"invoke Widget Widget#1 p(i32) [1] -> true",
-                                                      "invoke Widget Widget#2 p(i32) [1] -> true",
-                                                      "invoke Gadget Gadget#3 p(i32) [2] -> true"}));
+    Lines each;
+    for (int serial : {1, 2}) {
+        const std::string tag = "Widget#" + std::to_string(serial);
+        each.insert(each.end(), {"create Widget make(d,s) [0.5, \"c\"] -> " + tag,
+                                 "invoke Widget " + tag + " p(i32) [1] -> true",
+                                 "invoke Widget " + tag + " q(s,u8) [\"x\", 44] -> true"});
+    }
+    each.insert(each.end(), {"~Widget#2", "create Gadget Gadget [] -> Gadget#3", "invoke Gadget Gadget#3 p(i32) [2] -> true"});
+    EXPECT_EQ(FixtureLog::Take(), each);
     EXPECT_EQ(factory_->InstanceCount(), 1u);
     EXPECT_TRUE(factory_->GetBean("lower", nullptr) && factory_->GetBean("again", nullptr));
     EXPECT_EQ(factory_->WrapperCount(), 3u);

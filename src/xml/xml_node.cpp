@@ -118,8 +118,15 @@ XMLNode XMLNode::ChildAt(const char* name, std::int32_t position) const noexcept
 const char* XMLNode::AttributeValue(const char* name, std::int32_t* position) const noexcept {
     if (data_ == nullptr || name == nullptr) return nullptr;
     std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
+    // Names mostly differ in their first byte: that one is compared first,
+    // ignoring case where it is a letter.
+    const auto first = static_cast<unsigned char>(name[0]);
+    const bool letter = (first | 0x20) >= 'a' && (first | 0x20) <= 'z';
+    const unsigned char mask = letter ? 0x20 : 0;
+    const unsigned char folded = first | mask;
     for (std::int32_t i = start; i < data_->attributeCount; ++i) {
         const SXmlAttribute& attribute = data_->attributes[i];
+        if ((static_cast<unsigned char>(attribute.name[0]) | mask) != folded) continue;
         if (SameName(attribute.name, name)) {
             if (position != nullptr) *position = i + 1;
             return attribute.value;

@@ -177,7 +177,7 @@ void RemoveClearAt(SXmlNodeData* node, int index) {
     RemoveOrder(node, entries, index, XmlOrderClear);
 }
 
-void Release(SXmlNodeData* node) noexcept {
+void ReleaseLast(SXmlNodeData* node) noexcept {
     CXmlArena* arena = node->arena;
     arena->DropHandle();
     if (--node->refCount > 0) return;

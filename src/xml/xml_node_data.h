@@ -171,7 +171,16 @@ inline void Retain(SXmlNodeData* node) noexcept {
 }
 // A handle less: lowers the count and destroys the record, and children left
 // without a reference, when it reaches 0.
-void Release(SXmlNodeData* node) noexcept;
+void ReleaseLast(SXmlNodeData* node) noexcept;
+inline void Release(SXmlNodeData* node) noexcept {
+    // Most handles are copies from look-ups, whose record lives on in its parent.
+    if (node->refCount > 1) {
+        --node->refCount;
+        node->arena->DropHandle();
+        return;
+    }
+    ReleaseLast(node);
+}
 
 }  // namespace xml_detail
 

@@ -41,6 +41,31 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
     return copy;
 }
 
+// Byte for byte, also in case; at most 32 bytes in two overlapping words
+// each way, longer names by memcmp.
+inline bool SameBytes(const char* a, const char* b, std::size_t length) {
+    if (length > 16) return std::memcmp(a, b, length) == 0;
+    if (length >= 8) {
+        std::uint64_t a0, a1, b0, b1;
+        std::memcpy(&a0, a, 8);
+        std::memcpy(&b0, b, 8);
+        std::memcpy(&a1, a + length - 8, 8);
+        std::memcpy(&b1, b + length - 8, 8);
+        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+    }
+    if (length >= 4) {
+        std::uint32_t a0, a1, b0, b1;
+        std::memcpy(&a0, a, 4);
+        std::memcpy(&b0, b, 4);
+        std::memcpy(&a1, a + length - 4, 4);
+        std::memcpy(&b1, b + length - 4, 4);
+        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+    }
+    for (std::size_t i = 0; i < length; ++i)
+        if (a[i] != b[i]) return false;
+    return true;
+}
+
 inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClearMarks[XmlClearComment].open; }
 
 // Appends decoded text to the node's text `index`. A text that comments are
@@ -104,7 +129,7 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
     return state.pendingText == nullptr || StorePendingTextNow(node, state, end);
 }
 
-// Name and decoded value, in one piece of the arena.
+// The shared name and a decoded copy of the value.
 [[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                       std::size_t nameLength, const SXmlToken& value) {
     const char* text = value.start;
@@ -114,22 +139,16 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
         ++text;
         length -= 2;
     }
-    const std::size_t room = nameLength + 1 + length + kXmlDecodeSlack + 1;
-    auto* copy = static_cast<char*>(state.arena->Allocate(room, 1));
-    XmlCopyBytes(copy, name, nameLength);
-    copy[nameLength] = '\0';
-    char* decoded = copy + nameLength + 1;
-    const std::ptrdiff_t size = XmlDecode(text, length, state.end, decoded, state.error);
-    if (size < 0) return false;
-    decoded[size] = '\0';
-    state.arena->TrimLast(copy, room, nameLength + 1 + static_cast<std::size_t>(size) + 1);
-    AppendAttribute(node, copy, decoded);
+    char* storedName = StoreName(name, nameLength, state);
+    char* decoded = DecodeCopy(text, length, state);
+    if (decoded == nullptr) return false;
+    AppendAttribute(node, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AppendAttribute(node, state.arena->CopyString(name, nameLength), nullptr);
+    AppendAttribute(node, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
@@ -161,7 +180,7 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
 [[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
     SXmlNodeData* child =
-        AppendChild(node, state.arena->CopyString(name.start, name.length), name.length, tag.kind == TokenDeclarationStart);
+        AppendChild(node, StoreName(name.start, name.length, state), name.length, tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
     return child;
@@ -267,6 +286,20 @@ const SXmlClearMark kXmlClearMarks[4] = {
 };
 
 const SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
+
+char* StoreName(const char* text, std::size_t length, SXmlParseState& state) {
+    // The length and the bytes at both ends tell most names of a document apart.
+    if (length == 0) return state.arena->CopyString(text, 0);
+    const auto first = static_cast<unsigned char>(text[0]);
+    const auto last = static_cast<unsigned char>(text[length - 1]);
+    const std::size_t slot = (length * 7 + first * 3 + last) % SXmlParseState::kNameSlots;
+    SXmlParseState::SStoredName& stored = state.names[slot];
+    if (stored.length == length && SameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
+    char* copy = state.arena->CopyString(text, length);
+    stored.text = copy;
+    stored.length = length;
+    return copy;
+}
 
 char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state) {
     return DecodeCopy(text, length, state);

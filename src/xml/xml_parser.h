@@ -58,7 +58,20 @@ struct SXmlParseState {
     char* growingText = nullptr;
     std::size_t growingLength = 0;
     std::size_t growingCapacity = 0;
+    // Element and attribute names stored lately, by a hash of their bytes: a
+    // name written again shares the stored copy. A document repeats a few
+    // names over and over.
+    static constexpr int kNameSlots = 64;
+    struct SStoredName {
+        const char* text = nullptr;  // in the arena
+        std::size_t length = 0;
+    };
+    SStoredName names[kNameSlots];
 };
+
+// The name of `length` bytes at `text` as a string in state.arena: a copy
+// made before for the same bytes, or a new one. Throws std::bad_alloc.
+char* StoreName(const char* text, std::size_t length, SXmlParseState& state);
 
 // Reads the content of `node` until the element ends. True: the element is
 // complete. False: stop; state.error may hold the reason, or the text ended.

@@ -5,6 +5,7 @@
 // it, so the order depends on the hashes, not on the order of insertion.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -175,7 +176,17 @@ private:
                 last = last->next;
             return last;
         }
+        // The nearest of the four buckets below is picked without a branch on
+        // which of them are empty (at the usual load, which one that is can't
+        // be guessed); only when all four are empty does the search go on
+        // bucket by bucket. Four stay mostly within the cache line of `b`.
         std::uint32_t i = b - 1;
+        if (b >= 4) {
+            std::uint32_t filled = 0;  // bit k: bucket b - 1 - k is not empty
+            for (std::uint32_t k = 0; k < 4; ++k)
+                filled |= static_cast<std::uint32_t>(buckets_[b - 1 - k] != nullptr) << k;
+            i -= filled != 0 ? static_cast<std::uint32_t>(std::countr_zero(filled)) : 4;
+        }
         while (buckets_[i] == nullptr) --i;  // stops at firstBucket_ at the latest
         Node* node = buckets_[i];
         while (node->chain != nullptr) node = node->chain;

@@ -1,7 +1,4 @@
-// The pieces of the zem tool that its output depends on but a document run
-// doesn't reach in every corner: JSON text for bytes that are no UTF-8, the
-// word distance behind "did you mean", and the attribute places that lint
-// reports (columns after multi-byte characters are checked by lint.utf16).
+// Corners of the zem tool's helpers that its runs on documents don't reach.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -26,8 +23,6 @@ TEST(ToolHelpers, JsonStringKeepsUtf8AndReplacesBrokenBytes) {
     for (const auto& [text, json] : cases) EXPECT_EQ(zemcli::JsonString(text), json) << text;
 }
 
-// The suggestions of lint and explain are checked through the tool's output;
-// here the corners those documents don't reach.
 TEST(ToolHelpers, ClosestWordFindsMisspellingsOnly) {
     const std::vector<std::string> words{"name", "class", "lazy", "int"};
     EXPECT_EQ(zemcli::ClosestWord("CLAS", words, true), "class");

@@ -1,5 +1,4 @@
-// Reading constructor arguments, properties and the four value forms,
-// including inner beans and their place in the library's list.
+// Reading constructor arguments, properties, value forms and inner beans.
 #include <regex>
 
 #include "reader_test_support.h"
@@ -93,8 +92,7 @@ TEST(ArgumentReader, InnerBeansStandBeforeTheirHoldersWithFixedFlags) {
     EXPECT_TRUE(IsInnerName(other.name, "Other%@y.so")) << other.name;  // the class as written
     EXPECT_EQ(other.className, "Other%");
 
-    // Only the class, the factory method and the init method are read; an
-    // inner bean is never a singleton, never eager and always exported.
+    // Only class, factory and init method are read; never singleton or eager.
     const auto& middle = beans[2];
     EXPECT_EQ(middle.factoryMethod + "|" + middle.initMethod, "Make|Init");
     EXPECT_TRUE(!middle.singleton && middle.lazy && middle.exported);

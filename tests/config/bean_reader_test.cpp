@@ -1,6 +1,4 @@
-// Reading `bean` and `service` elements: attributes and their defaults, the
-// class with its library part, the factory method, generated names, the list
-// of eager beans, the order of definitions and the interfaces a bean provides.
+// Reading `bean` and `service` elements into records.
 #include <regex>
 
 #include "library/library.h"
@@ -66,7 +64,7 @@ TEST(BeanReader, ClassSplitsIntoLibraryClassAndFactoryMethod) {
     EXPECT_EQ(FindBean(configuration, "b")->className, "Foo2");
 }
 
-// Version 4 UUIDs, each one new.
+// Version 4 UUIDs, each one new; an eager one is made under that name.
 TEST(BeanReader, UnnamedBeansGetFreshLowerCaseUuids) {
     auto configuration = ReadText(InBeans("<bean class='A' lazy='false'/><bean name='' class='B'/>"));
     const auto& beans = configuration.Store().libraries.at(0)->beans;
@@ -74,7 +72,6 @@ TEST(BeanReader, UnnamedBeansGetFreshLowerCaseUuids) {
     const std::regex form("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}");
     EXPECT_TRUE(std::regex_match(beans[0].name, form) && std::regex_match(beans[1].name, form)) << beans[0].name;
     EXPECT_NE(beans[0].name, beans[1].name);
-    // An eager bean without a name is still made at load, under that name.
     EXPECT_EQ(configuration.Store().eagerBeans, Names{beans[0].name});
 }
 
@@ -111,8 +108,8 @@ TEST(BeanReader, OnlyTheFirstOfEachListIsRead) {
     EXPECT_EQ(FindBean(configuration, "first")->dependsOn, (Names{"x7", "", "y"}));
 }
 
-// `provides` binds the bean's library first, so a library without a path (the
-// test program itself) can be loaded; the type ids come from the local library.
+// `provides` binds the bean's library (here this program) first; the type ids
+// come from the local library.
 TEST(BeanReader, ProvidesStoresTypeIdsAndReadsLoops) {
     auto& local = ZEM::LocalLibrary();
     for (const char* name : {"test::IReader1", "test::IReader2", "test::IPlain"})

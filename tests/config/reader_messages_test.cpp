@@ -1,6 +1,5 @@
-// Every message that a bad document gives while it is read, each triggered by
-// a small document given as text, and the order in which faults are found
-// when a document holds several.
+// Every message of a bad document while it is read, and which of several
+// faults is found first.
 #include "reader_test_support.h"
 
 namespace {

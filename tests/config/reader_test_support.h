@@ -1,5 +1,4 @@
-// Helpers shared by the configuration reader tests: reading a document given
-// as text or as a file, catching a reader's message, and finding records.
+// Helpers of the configuration reader tests.
 #pragma once
 
 #include <string>

@@ -1,6 +1,5 @@
-// Bean requests from many threads on one factory, while another thread lets
-// the objects go: nothing is lost or counted twice, singletons stay single,
-// and the census is back to no entries at the end.
+// Bean requests from many threads on one factory while another thread lets
+// the objects go: singletons stay single, and the census ends empty.
 #include <atomic>
 #include <condition_variable>
 #include <deque>
@@ -25,8 +24,7 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     FixtureLog::Enable(false);
     std::size_t livingBefore = FixtureLog::LivingObjects();
 
-    // The objects are handed to one host thread, which lets them go outside
-    // the queue's lock.
+    // A host thread lets the objects go, outside the queue's lock.
     std::mutex mutex;
     std::condition_variable ready;
     std::deque<std::shared_ptr<ZEM::IObject>> queue;

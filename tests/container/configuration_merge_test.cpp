@@ -1,5 +1,4 @@
-// Folding one configuration store into another: the one check of bean names,
-// libraries joined by exact path, and eager names.
+// Folding one configuration store into another.
 #include "support/records.h"
 
 namespace {
@@ -7,9 +6,8 @@ namespace {
 using namespace zem_support;
 using ZEM::CConfiguration;
 
-// A target without beans takes anything, even a name twice; otherwise the
-// first source bean, in order, whose name the target has anywhere is refused,
-// and neither store changes.
+// A target without beans takes anything; otherwise the first source name the
+// target has anywhere is refused, and neither store changes.
 TEST(ConfigurationMergeTest, ANameTakenAnywhereIsRefused) {
     CConfiguration empty(nullptr);
     empty.FindOrAddLibrary("lib");
@@ -46,9 +44,8 @@ TEST(ConfigurationMergeTest, ANameTakenAnywhereIsRefused) {
     }
 }
 
-// A library of the source whose path the target has joins it, after the
-// target's beans; paths compare byte for byte. Eager names of all loads come
-// earlier loads first, each with the target's record of its library.
+// A source library joins the target's of the same bytes, after its beans;
+// eager names come earlier loads first, with the target's library record.
 TEST(ConfigurationMergeTest, LibrariesJoinByExactPath) {
     CConfiguration target(nullptr);
     CConfiguration first = Build(nullptr, {{"dir/lib.so", {Bean("t1", "W").Eager(), Bean("t2", "W").Singleton()}},
@@ -70,8 +67,7 @@ TEST(ConfigurationMergeTest, LibrariesJoinByExactPath) {
     EXPECT_EQ(libraries.size(), 5u);
 }
 
-// Many beans on both sides: the check is not quadratic, and still reports the
-// first conflict in the source's order.
+// Many beans on both sides: not quadratic, and the first conflict in order.
 TEST(ConfigurationMergeTest, LargeMerges) {
     CConfiguration target(nullptr);
     Library big{"big", {}}, more{"more", {}};

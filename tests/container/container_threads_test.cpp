@@ -1,6 +1,4 @@
-// Containers made and dropped on many threads at once: shared handles come and
-// go around one living shared factory, private ones each load a document and
-// register and find services of their own.
+// Shared and private containers made and dropped on many threads at once.
 #include <atomic>
 #include <thread>
 
@@ -21,8 +19,7 @@ class ContainerThreadsTest : public RecordingTest {};
 TEST_F(ContainerThreadsTest, ContainersOnManyThreads) {
     FixtureLog::Enable(false);
     std::size_t livingBefore = FixtureLog::LivingObjects();
-    // The shared factory comes into being on this thread, before the others
-    // start; the class library is loaded here too.
+    // The shared factory and the class library come first, on this thread.
     CContainer shared(Document({{RecordingLibrary(),
                                  {Bean("threads.single", "Widget").Singleton().Eager(), Bean("threads.each", "Gadget")}}})
                           .c_str(),

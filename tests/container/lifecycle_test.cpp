@@ -1,5 +1,4 @@
-// The end of bean objects: the order in which singletons go, objects that
-// outlive their entry or their factory, and the census of living objects.
+// The end of bean objects, and the census of living ones.
 #include "container/lifecycle.h"
 #include "support/records.h"
 
@@ -10,8 +9,7 @@ using namespace zem_support;
 class LifecycleTest : public RecordingTest {};
 
 // Singletons go in the order of their names in the map (ascending bucket,
-// newest first within one), neither in the order they were made nor in its
-// reverse. "a" and "xi" share a bucket, below those of "b" and "c".
+// newest first within one): "a" and "xi" share a bucket, below "b" and "c".
 TEST_F(LifecycleTest, SingletonsGoInTheOrderOfTheirNames) {
     for (bool byReset : {true, false}) {
         SCOPED_TRACE(byReset ? "ResetFactory" : "end of the factory");
@@ -30,8 +28,7 @@ TEST_F(LifecycleTest, SingletonsGoInTheOrderOfTheirNames) {
     }
 }
 
-// A singleton that a host or another bean still holds outlives its entry, its
-// factory's reset and the factory itself, and ends with its last holder.
+// A held singleton outlives its entry, a reset and the factory.
 TEST_F(LifecycleTest, HeldSingletonsOutliveTheirEntry) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("held", "Widget").Singleton(),
@@ -59,8 +56,7 @@ TEST_F(LifecycleTest, HeldSingletonsOutliveTheirEntry) {
     EXPECT_EQ(FixtureLog::Starting("~"), (Lines{"~Widget#1", "~Widget#4"}));
 }
 
-// The census counts living objects by bean name, across factories, and
-// forgets a name when its last object has gone.
+// The census counts living objects by bean name, across factories.
 TEST_F(LifecycleTest, TheCensus) {
     ZEM::CInstanceCensus& census = ZEM::InstanceCensus();
     auto other = std::make_shared<ZEM::CBeanFactoryImpl>();
@@ -72,8 +68,8 @@ TEST_F(LifecycleTest, TheCensus) {
     auto second = other->GetBean("census.each", nullptr);
     EXPECT_EQ(census.Count("census.each").alive, 2u);
     first.reset();
-    EXPECT_EQ(census.Count("census.each").alive, 1u);
     EXPECT_EQ(census.Count("census.each").total, 2u);
+    EXPECT_EQ(census.Count("census.each").alive, 1u);
     second.reset();
     EXPECT_EQ(census.Count("census.each").total, 0u) << "the name's entry goes with its last object";
 

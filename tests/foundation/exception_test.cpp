@@ -1,5 +1,4 @@
-// The exception family: value semantics of CException, Clone through the
-// root, and which handler catches which class.
+// The exception family: value semantics, Clone, and which handler catches.
 #include "zem/exception.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// The hash of each key type of KtMap, against values worked out by hand: a
-// changed hash changes the iteration order of every map in the library.
+// The hash of each key type of KtMap, against values worked out by hand.
 #include "foundation/kt_hash.h"
 
 #include <gtest/gtest.h>
@@ -26,10 +25,8 @@ TEST(KtHash, FoldOverNarrowTextTakesBytesAsSigned) {
     }
 }
 
-// Narrow text is folded a word at a time: every length up to a few words and
-// bytes of both signs give the value of the plain loop, for a string key, for
-// plain text and for a view that fills its allocation exactly (a read past
-// its end shows in the sanitizer build).
+// The word-at-a-time fold gives the plain loop's value at every length, also
+// for a view that fills its allocation exactly (checked by the sanitizer).
 TEST(KtHash, WordFoldMatchesThePlainLoop) {
     for (int shift = 0; shift < 255; shift += 37) {
         std::string text;
@@ -48,17 +45,14 @@ TEST(KtHash, WordFoldMatchesThePlainLoop) {
     }
 }
 
-TEST(KtHash, FoldOverWideTextTakesUnitsAsUnsigned) {
+TEST(KtHash, WideTextUnitsAsUnsignedAndFnv) {
     const wchar_t* longer = L"Gr\u00F6\u00DFenwahn-\u00DCbung\u20AC";
     EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr(L"")), 0u);
     EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr(L"\u00E9")), 0xE9u);
     EXPECT_EQ(KtHash<KtWStr>::Hash(L"x\u20AC"), 120u * 33 + 0x20AC);
     EXPECT_EQ(KtHash<KtWStr>::Hash(std::wstring(L"ab")), 97u * 33 + 98);
     EXPECT_EQ(KtHash<KtWStr>::Hash(KtWStr(longer)), 0xF4532E5EF40ADA70ull);
-}
-
-// FNV-1a; words are hashed as eight bytes, least significant first.
-TEST(KtHash, FnvForStandardStringsAndWords) {
+    // FNV-1a for standard strings and words, a word as eight bytes, least significant first.
     EXPECT_EQ(KtHash<std::string>::Hash(std::string()), 0xCBF29CE484222325ull);
     EXPECT_EQ(KtHash<std::string>::Hash("foobar"), 0x85944171F73967E8ull);
     EXPECT_EQ(KtHash<const void*>::Hash(nullptr), 0xA8C7F832281A39C5ull);

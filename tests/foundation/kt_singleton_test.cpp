@@ -1,5 +1,4 @@
-// KtSingleton: one instance under a race, a failed construction that can be
-// retried, nesting through the recursive lock, and the end at process exit.
+// KtSingleton: races, retries, nesting, and the end at process exit.
 #include "foundation/kt_singleton.h"
 
 #include <gtest/gtest.h>

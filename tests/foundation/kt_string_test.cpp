@@ -1,5 +1,4 @@
-// KtStrT: sharing and copy on write, the one-pointer layout that wrappers
-// rely on, range failures, and the conversions between the string families.
+// KtStrT: copy on write, the one-pointer layout, ranges, conversions.
 #include "foundation/kt_string.h"
 
 #include <gtest/gtest.h>
@@ -57,8 +56,7 @@ TEST(KtStr, AppendAndInsertOfItselfAndRanges) {
     EXPECT_EQ(s.Find('b', 2), 3);
 }
 
-// Copies made and dropped on two threads at once: a refcount that isn't
-// atomic shows here as a double free or a leak under the sanitizer build.
+// A refcount that isn't atomic shows here under the sanitizer build.
 TEST(KtStr, CopiesOnTwoThreads) {
     const KtWStr shared(L"one text for all threads");
     auto copies = [&shared] {
@@ -70,8 +68,7 @@ TEST(KtStr, CopiesOnTwoThreads) {
     EXPECT_STREQ(shared.c_str(), L"one text for all threads");
 }
 
-// Widen and Narrow are thin over the UTF-8 codec, tested with the platform;
-// a message decodes the name between its two fixed parts.
+// A message decodes the name between its two fixed parts.
 TEST(StringConvert, MessageDecodesTheName) {
     EXPECT_EQ(ZEM::Message(L"Could not find type bean '", "t\xC3\xA9", L"'"), L"Could not find type bean 't\u00E9'");
 }

@@ -1,9 +1,5 @@
-// Where makers come from. A class library built with the kit
-// (tests/fixtures/kit, hidden visibility): its makers are found by dlsym
-// under the exact symbol and nothing else of it is visible, and the container
-// loads it by path, registers its interface at load, makes its objects
-// through a factory bean and ends them with their exit method, also after the
-// factory is gone. And the local library, where a host registers its own.
+// Where makers come from: a class library built with the kit alone
+// (tests/fixtures/kit), and the local library, where a host registers its own.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 

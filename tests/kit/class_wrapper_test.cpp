@@ -1,8 +1,5 @@
-// The wrapper a kit binding becomes, called directly with argument vectors in
-// the container's layout, for what the container itself never sends or never
-// looks at: vectors that don't fit, null entries for values, objects of
-// another class, the exact declared type names, and the wrapper operations
-// only hosts call. The behaviour through the container is in the other tests.
+// The wrapper a kit binding becomes, called directly for what the container
+// never sends or never looks at.
 #include <gtest/gtest.h>
 
 #include "kit/kit_test_classes.h"

@@ -1,6 +1,4 @@
-// Classes bound with the kit for its tests: a holder per parameter type, a
-// class with overloads, exit methods and throwing members, and a factory
-// class. Their events go to one journal that the tests read.
+// Classes bound with the kit for its tests; their events go to one journal.
 #pragma once
 
 #include <cstdint>

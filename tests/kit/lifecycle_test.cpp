@@ -1,7 +1,5 @@
-// Kit-bound host classes through the real container: overloads chosen by
-// argument count, the exit method at each way an object can end, depends-on
-// objects kept, and failures of bean code turned into empty beans. Factory
-// beans are covered through the class library in class_library_test.
+// Kit-bound host classes through the real container: overloads, exit methods,
+// and failures of bean code turned into empty beans.
 #include <gtest/gtest.h>
 
 #include "kit/kit_test_classes.h"
@@ -52,9 +50,8 @@ TEST_F(LifecycleTest, OverloadsAreChosenByArgumentCount) {
     EXPECT_EQ(container.GetBean("three"), nullptr);
 }
 
-// At the release of a new object, at Reset for a singleton nobody holds, and
-// with the last holder, after its factory is gone; depends-on objects live as
-// long as the bean.
+// The exit method runs at each way an object ends, also after its factory;
+// depends-on objects live as long as the bean.
 TEST_F(LifecycleTest, ExitMethodRunsAtTheObjectsEnd) {
     const std::string text = Document(Gadget("kept", "singleton='true' exit-method='Stop'", Labelled("kept")) +
                                       Gadget("held", "singleton='true' exit-method='Stop'", Labelled("held")) +

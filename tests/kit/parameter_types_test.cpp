@@ -1,7 +1,5 @@
-// Every parameter type the kit reads, through a constructor and through a
-// property, from documents read by the real container: each configured type
-// name must land in the C++ type a class library declares for it, with the
-// container's conversion rules intact.
+// Every parameter type the kit reads, through a constructor and a property,
+// from a document read by the real container.
 #include <gtest/gtest.h>
 
 #include <functional>

@@ -1,6 +1,5 @@
-// Class libraries: loading by path at the first need, binding a whole library
-// at once, maker symbols, the local library, and this executable as a class
-// library of its own.
+// Class libraries: loading and binding at the first need, maker symbols, the
+// local library, and this executable as a class library of its own.
 #include "fixtures/common/recording_wrapper.h"
 #include "library/library.h"
 #include "support/records.h"
@@ -22,8 +21,8 @@ protected:
     std::size_t LoadedLibraries() { return factory_->Configuration().Store().loadedLibraries.size(); }
 };
 
-// The first need of any bean binds every bean of its library, in order, and
-// asks each wrapper about its properties; later needs bind nothing more.
+// The first need binds every bean of the library, in order, asking each
+// wrapper about its properties; later needs bind nothing more.
 TEST_F(ClassLibraryTest, TheFirstNeedBindsTheWholeLibrary) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("a", "Widget").Property("size(i32)", {Arg("int", "1")}), Bean("b", "Gadget"),
@@ -38,8 +37,7 @@ TEST_F(ClassLibraryTest, TheFirstNeedBindsTheWholeLibrary) {
     EXPECT_TRUE(FixtureLog::Lines().empty());
 }
 
-// A bean whose maker is missing stops the beans behind it in its library;
-// those before it stay bound. A later binding goes on from the failed bean.
+// A missing maker stops the beans behind it; a later binding goes on from it.
 TEST_F(ClassLibraryTest, AMissingMakerStopsTheBeansBehindItUntilARetry) {
     Failures failures(*factory_);
     Load(*factory_, {{RecordingLibrary(), {Bean("before", "Widget"), Bean("absent", "Absent"), Bean("behind", "Gadget")}}});
@@ -58,8 +56,7 @@ TEST_F(ClassLibraryTest, AMissingMakerStopsTheBeansBehindItUntilARetry) {
     EXPECT_TRUE(factory_->GetBean("absent", nullptr)) << "a bean bound earlier keeps its maker";
 }
 
-// Each "::" of the class name becomes "_"; the kit exports makers under the
-// same rule.
+// Each "::" of the class name becomes "_", as the kit exports makers.
 TEST_F(ClassLibraryTest, MakerSymbols) {
     for (const auto& [name, symbol] : {std::pair{"Foo", "create_Foo_Wrapper"}, {"a::b::C", "create_a_b_C_Wrapper"},
                                        {"::Top", "create__Top_Wrapper"}, {"a:b", "create_a:b_Wrapper"},
@@ -72,9 +69,10 @@ TEST_F(ClassLibraryTest, MakerSymbols) {
     EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create a::b::C C [] -> a::b::C#1", "create ::Top Top [] -> ::Top#2"}));
 }
 
-// The local library is keyed by the whole symbol, not by the class name, and
-// a maker that the module exports wins over one registered locally.
-TEST_F(ClassLibraryTest, LocalMakers) {
+// The local library is keyed by the whole symbol, and a module's own maker
+// wins over it. The program's own path, or no or an empty path in a
+// document: makers the program exports, then those of the local library.
+TEST_F(ClassLibraryTest, LocalMakersAndTheRunningProgram) {
     ZEM::ILibraryConfiguration& local = ZEM::GetLocalLibrary();
     local.RegisterWrapperMaker("Local", &MakeLocal);
     local.RegisterWrapperMaker("create_Widget_Wrapper", &MakeLocalWidget);
@@ -82,19 +80,11 @@ TEST_F(ClassLibraryTest, LocalMakers) {
     EXPECT_EQ(MessageOf([&] { factory_->Exists("local"); }), L"Getting wrapper maker failed for class 'Local'");
     local.RegisterWrapperMaker("create_Local_Wrapper", &MakeLocal);
     EXPECT_TRUE(factory_->GetBean("local", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker Widget", "maker Local"}));
+    Load(*factory_, {{ZEM::platform::ExecutablePath(), {Bean("host", "HostWidget"), Bean("here", "Local")}}});
+    ASSERT_TRUE(factory_->GetBean("host", nullptr) && factory_->GetBean("here", nullptr));
+    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker Widget", "maker Local", "maker HostWidget", "maker Local"}));
     for (const char* symbol : {"Local", "create_Local_Wrapper", "create_Widget_Wrapper"})
         EXPECT_TRUE(local.UnregisterWrapperMaker(symbol)) << symbol;
-}
-
-// A library with the program's own path, or in a document with no or an
-// empty path: makers the program exports, then those of the local library.
-TEST_F(ClassLibraryTest, TheRunningProgramIsAClassLibrary) {
-    ZEM::GetLocalLibrary().RegisterWrapperMaker("create_Local_Wrapper", &MakeLocal);
-    Load(*factory_, {{ZEM::platform::ExecutablePath(), {Bean("host", "HostWidget"), Bean("local", "Local")}}});
-    ASSERT_TRUE(factory_->GetBean("host", nullptr) && factory_->GetBean("local", nullptr));
-    EXPECT_EQ(FixtureLog::Starting("maker "), (Lines{"maker HostWidget", "maker Local"}));
-    EXPECT_TRUE(ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_Local_Wrapper"));
 
     ZEM::CContainer container(
         "<zem><library><beans><bean name='a' class='HostWidget'/></beans></library>"
@@ -105,9 +95,8 @@ TEST_F(ClassLibraryTest, TheRunningProgramIsAClassLibrary) {
               (Lines{"create HostWidget HostWidget [] -> HostWidget#1", "create HostWidget alt [] -> HostWidget#2"}));
 }
 
-// Code that runs as a module loads can offer its classes and type ids through
-// the local library; reading a provides element loads the bean's library
-// first, so those type ids can be named in the same document.
+// A module can register classes and type ids as it loads; a provides element
+// loads the bean's library first, so its type ids can be named.
 TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
     std::string text = "<zem><library path='" + FixturePath("registering") +
                        "'><beans><bean name='first' class='Registered'/><bean name='r' class='Registered' singleton='true'>"
@@ -119,8 +108,7 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
     EXPECT_EQ(std::string(ZEM::LocalLibrary().GetTypeId("IRegistered")), "zem.test.IRegistered");
 }
 
-// A path that names no file and a file that isn't a shared object both give
-// the load message, and nothing is kept of the attempt.
+// No file, or no shared object: the load message, and nothing is kept.
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
@@ -129,17 +117,14 @@ TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
         Failures failures(*factory);
         Load(*factory, {{path, {Bean("w", "Widget")}}});
-        std::string message = "Could not load library '" + path + "'";
         EXPECT_FALSE(factory->GetBean("w", nullptr));
-        EXPECT_EQ(failures.Take(), Lines{"w: " + message});
-        EXPECT_EQ(ZEM::Narrow(MessageOf([&] { factory->Exists("w"); })), message);
+        EXPECT_EQ(failures.Take(), Lines{"w: Could not load library '" + path + "'"});
         EXPECT_TRUE(factory->Configuration().Store().loadedLibraries.empty());
         EXPECT_EQ(factory->Configuration().Store().beanTypes.Size(), 0u);
     }
 }
 
-// Two paths of one module are two libraries; the wrappers, keyed by class
-// name, are shared all the same.
+// Two paths of one module are two libraries sharing wrappers by class name.
 TEST_F(ClassLibraryTest, TwoPathsOfOneModule) {
     std::string other = std::string(ZEM_FIXTURE_DIR) + "//librecording.so";
     Load(*factory_, {{RecordingLibrary(), {Bean("one", "Widget")}}, {other, {Bean("two", "Widget")}}});

@@ -1,6 +1,4 @@
-// The service registry of a factory: order of the lists, registrations kept
-// by singletons, release from every list, and release functions that outlive
-// their factory.
+// The service registry of a factory.
 #include "fixtures/common/recording_wrapper.h"
 #include "library/release_table.h"
 #include "support/records.h"
@@ -32,9 +30,8 @@ protected:
     }
 };
 
-// A host's registrations go to the back, or to the front when asked; the
-// services of a configuration stand before them, a later configuration's
-// before an earlier one's.
+// A host's registrations go to the back, or to the front when asked; a
+// configuration's services stand before them, a later one's first.
 TEST_F(ServiceRegistryTest, OrderOfTheList) {
     for (const char* name : {"first", "second"}) factory_->RegisterService("I", false, Probe(name), nullptr);
     factory_->RegisterService("I", true, Probe("front"), nullptr);
@@ -49,12 +46,10 @@ TEST_F(ServiceRegistryTest, OrderOfTheList) {
     EXPECT_EQ(List("I"), (Lines{"Gadget#1", "Widget#2", "front", "first", "second"}));
 }
 
-TEST_F(ServiceRegistryTest, TheSameInstanceTwiceAndReleaseFromEveryList) {
+TEST_F(ServiceRegistryTest, TheSameInstanceTwiceAndRelease) {
     auto probe = Probe("p");
     factory_->RegisterService("A", false, probe, nullptr);
-    // Under another type id without a registration: allowed, a second entry.
-    factory_->RegisterService("B", false, probe, nullptr);
-    // Under the same type id without a registration: refused, nothing added.
+    factory_->RegisterService("B", false, probe, nullptr);  // another type id: a second entry
     EXPECT_EQ(MessageOf([&] { factory_->RegisterService("A", false, probe, nullptr); }),
               L"Service instance is already registered for interface 'A'");
     EXPECT_EQ(factory_->GetServiceCount("A"), 1u);
@@ -70,12 +65,9 @@ TEST_F(ServiceRegistryTest, TheSameInstanceTwiceAndReleaseFromEveryList) {
     factory_->ReleaseInstance(probe);
     EXPECT_EQ(factory_->GetServiceCount("C"), 0u);
     EXPECT_EQ(Release(probe), L"Service instance was not registered");
-}
 
-// A stranger, or what a registration without singleton made, is not
-// registered; an empty pointer matches the first registration of each list
-// that has no instance yet.
-TEST_F(ServiceRegistryTest, ReleaseOfWhatNoRegistrationHolds) {
+    // Strangers and what a non-singleton registration made are not registered;
+    // an empty pointer matches each list's first registration without instance.
     int calls = 0;
     factory_->RegisterService("M", false, Maker("m", calls), nullptr);
     factory_->RegisterService("M", false, Maker("n", calls), nullptr);
@@ -88,13 +80,11 @@ TEST_F(ServiceRegistryTest, ReleaseOfWhatNoRegistrationHolds) {
     EXPECT_EQ(List("M"), Lines{"n2"});
 }
 
-// A singleton registration keeps what its maker made and hands it out on all
-// its lists; a release takes it from every one of them.
+// A singleton registration keeps its object for all its lists until a release.
 TEST_F(ServiceRegistryTest, ARegistrationKeptByASingleton) {
     int calls = 0, unused = 0;
     auto registration = factory_->RegisterService("A", false, Maker("made", calls), nullptr);
-    EXPECT_FALSE(registration->IsSingleton());
-    EXPECT_EQ(&registration->SetSingleton(), registration.get());
+    registration->SetSingleton();
     // The second maker is dropped: the registration given is what goes in.
     EXPECT_EQ(factory_->RegisterService("B", true, Maker("other", unused), registration), registration);
     std::shared_ptr<IObject> viaA = factory_->GetService("A"), viaB = factory_->GetService("B");
@@ -111,9 +101,8 @@ TEST_F(ServiceRegistryTest, ARegistrationKeptByASingleton) {
     EXPECT_EQ(FixtureLog::Starting("~"), Lines{"~made1"});
 }
 
-// A maker that gives nothing leaves a singleton without instance, and the
-// next request tries again; so does one that throws. No maker at all is an
-// error at the request.
+// A maker that gives nothing or throws leaves a singleton without instance
+// for the next request to try again; no maker at all is an error.
 TEST_F(ServiceRegistryTest, MakersThatGiveNothingOrThrow) {
     int calls = 0;
     bool give = false;
@@ -135,10 +124,9 @@ TEST_F(ServiceRegistryTest, MakersThatGiveNothingOrThrow) {
     EXPECT_EQ(MessageOf([&] { factory_->GetService("B"); }), L"No constructor for service type registered");
 }
 
-// The release function of an owning maker's object runs when the object's
-// last pointer goes, even after the factory has gone, and before the object
-// is deleted. Set after an object was made it has no effect on that object;
-// set on a registration by instance it is never called.
+// A release function runs at the last pointer of a made object, before its
+// deletion, also after the factory has gone; not for objects made before it
+// was set, nor for registrations by instance.
 TEST_F(ServiceRegistryTest, ReleaseFunctions) {
     std::size_t tracked = ZEM::ReleaseTable().Size();
     int calls = 0, lateCalls = 0, releases = 0;
@@ -166,8 +154,7 @@ TEST_F(ServiceRegistryTest, ReleaseFunctions) {
 }
 
 // A bean that provides interfaces: one registration on all their lists, its
-// object the bean's own singleton; a bean without interfaces registers
-// nothing, and one that isn't exported gives an empty service.
+// object the bean's singleton; an unexported one gives an empty service.
 TEST_F(ServiceRegistryTest, ServicesOfBeans) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("single", "Widget").Singleton().Provides("A").Provides("B").Provides("C"),

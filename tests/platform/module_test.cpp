@@ -1,5 +1,4 @@
-// Modules through the dynamic loader, and the running program's own path and
-// handle. (UUID texts are checked where beans without a name get them.)
+// Modules through the dynamic loader, and the running program's own path.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -1,6 +1,4 @@
-// The lenient number readers: white space, signs, stopping at the first
-// character that can't continue a number, limits, bases, and the decimal
-// point that stays '.' whatever the locale.
+// The lenient number readers; the decimal point is '.' whatever the locale.
 #include "platform/numeric.h"
 
 #include <gtest/gtest.h>

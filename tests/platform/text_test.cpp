@@ -1,5 +1,4 @@
-// The UTF-8 codec, the UTF-16 reading of files, the test that tells UTF-16
-// from narrow text, and ASCII case-insensitive comparison.
+// The UTF-8 and UTF-16 codecs and ASCII case-insensitive comparison.
 #include <gtest/gtest.h>
 
 #include <vector>

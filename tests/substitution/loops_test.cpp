@@ -1,6 +1,5 @@
-// Tests of ForEachElement on parsed documents: the order of the walk, the
-// for and foreach rules, nested loops and the refusals. The callbacks read
-// a loop element again as its parent, as the element readers do.
+// ForEachElement on parsed documents; the callbacks read a loop element again
+// as its parent, as the element readers do.
 #include "substitution/loops.h"
 
 #include <gtest/gtest.h>

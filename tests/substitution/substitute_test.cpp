@@ -1,5 +1,4 @@
-// Tests of SubstituteParameters and ParameterToBool: the pattern rules, the
-// flags, the rescan of inserted values and the cut-off of runaway values.
+// SubstituteParameters and ParameterToBool.
 #include "substitution/substitute.h"
 
 #include <gtest/gtest.h>

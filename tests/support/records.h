@@ -1,6 +1,5 @@
-// Building configuration records by hand, as the document readers do, and
-// loading them into a factory the way a container loads a document: merge,
-// then the eager beans, under the startup mutex. Header-only, so that test
+// Configuration records built by hand, as the readers build them, loaded into
+// a factory the way a container loads a document. Header-only, so that test
 // executables which never touch a factory don't pull one in.
 #pragma once
 
@@ -132,14 +131,13 @@ inline Lines BeanNames(const ZEM::SLibrary& library) {
     return names;
 }
 
-// What a configuring container does after reading.
-inline void Load(ZEM::CBeanFactoryImpl& factory, ZEM::CConfiguration&& configuration) {
+// What a configuring container does after reading: merge, then the eager
+// beans, under the startup mutex.
+inline void Load(ZEM::CBeanFactoryImpl& factory, std::initializer_list<Library> libraries) {
+    ZEM::CConfiguration configuration = Build(&factory, libraries);
     std::lock_guard<std::mutex> startup(ZEM::StartupMutex());
     factory.LoadConfiguration(configuration);
     factory.CreateEagerBeans();
-}
-inline void Load(ZEM::CBeanFactoryImpl& factory, std::initializer_list<Library> libraries) {
-    Load(factory, Build(&factory, libraries));
 }
 
 // Collects the failures that a factory's bean requests drop.
@@ -152,8 +150,6 @@ public:
             });
     }
     ~Failures() { factory_.SetFailureHandler(nullptr); }
-    Failures(const Failures&) = delete;
-    Failures& operator=(const Failures&) = delete;
 
     // "name: message" of each failure so far; the list is emptied.
     std::vector<std::string> Take() { return std::exchange(entries_, {}); }

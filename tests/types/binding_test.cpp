@@ -1,6 +1,4 @@
-// From a definition's argument texts to a wrapper call: the two ways of
-// passing nothing, references to services, and the test of declared property
-// types at binding.
+// From a definition's arguments to a wrapper call.
 #include <set>
 
 #include "support/records.h"
@@ -17,8 +15,7 @@ protected:
 
 class CService : public ZEM::IObject {};
 
-// A reference that finds nothing is a null entry; "nullptr" is the address of
-// an empty shared pointer; a found target is the address of its pointer.
+// A reference that finds nothing is a null entry, "nullptr" an empty pointer.
 TEST_F(BindingTest, MissingTargetIsANullEntryAndNullptrAnEmptyPointer) {
     Failures failures(*factory_);
     Load(*factory_, {{RecordingLibrary(),
@@ -35,24 +32,8 @@ TEST_F(BindingTest, MissingTargetIsANullEntryAndNullptrAnEmptyPointer) {
     EXPECT_TRUE(failures.Take().empty());
 }
 
-// A service reference to a class name the local library doesn't know fails
-// the request, quietly; the constructor is never called.
-TEST_F(BindingTest, ServiceReferenceToAnUnknownClassFailsTheRequest) {
-    Failures failures(*factory_);
-    Load(*factory_, {{RecordingLibrary(),
-                      {Bean("ctor", "Widget").Method("make(obj)").Arg("service", "INobodyKnows"),
-                       Bean("prop", "Widget").Property("set(obj)", {Arg("service", "iknown")})}}});
-    EXPECT_FALSE(factory_->GetBean("ctor", nullptr));
-    EXPECT_FALSE(factory_->GetBean("prop", nullptr));
-    EXPECT_EQ(failures.Take(), (Lines{"ctor: No type id for class 'INobodyKnows' registered",
-                                      "prop: No type id for class 'iknown' registered"}));
-    // The property's bean was made and then destroyed; the other never was.
-    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] -> Widget#1", "~Widget#1"}));
-}
-
-// Only plain values and nullptr read an entry of the declared types; bean and
-// service references read none and so can't be refused. The wrapper is asked
-// once, with the number of all arguments; a property without any, too.
+// Only plain values and nullptr read an entry of the declared types; the
+// wrapper is asked once, with the number of all arguments.
 TEST_F(BindingTest, DeclaredTypesAreReadByValuesOnly) {
     const struct { const char* property; std::vector<ZEM::SArgument> arguments; const char* failure; } cases[] = {
         {"refs(-)", {Arg("bean", "peer"), Arg("service", "IKnown")}, ""},
@@ -75,25 +56,27 @@ TEST_F(BindingTest, DeclaredTypesAreReadByValuesOnly) {
     }
 }
 
-// A conversion that fails in the third of four arguments: the first two were
-// evaluated, with the beans they made, and the constructor isn't called.
-TEST_F(BindingTest, AFailedArgumentStopsBeforeTheConstructor) {
+// A service reference to an unknown class name, or a conversion failing in
+// the third of four arguments, fails the request quietly: what the arguments
+// before it made is let go, and the call isn't made.
+TEST_F(BindingTest, AFailedArgumentFailsTheRequestBeforeTheCall) {
     Failures failures(*factory_);
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("peer", "Peer"), Bean("w", "Widget").Method("make(obj,obj,bool,i32)").Arg("bean", "peer")
-                                                 .Arg("bean", "peer").Arg("bool", "yes").Arg("int", "1")}}});
-    EXPECT_FALSE(factory_->GetBean("w", nullptr));
+                                                 .Arg("bean", "peer").Arg("bool", "yes").Arg("int", "1"),
+                       Bean("ctor", "Widget").Method("make(obj)").Arg("service", "INobodyKnows"),
+                       Bean("prop", "Widget").Property("set(obj)", {Arg("service", "iknown")})}}});
+    for (const char* name : {"w", "ctor", "prop"}) EXPECT_FALSE(factory_->GetBean(name, nullptr)) << name;
+    EXPECT_EQ(failures.Take(), (Lines{"w: Invalid bool value", "ctor: No type id for class 'INobodyKnows' registered",
+                                      "prop: No type id for class 'iknown' registered"}));
     Lines calls = Calls();
-    ASSERT_EQ(calls.size(), 4u);
-    EXPECT_EQ(calls[0], "create Peer Peer [] -> Peer#1");
-    EXPECT_EQ(calls[1], "create Peer Peer [] -> Peer#2");
-    // Both values go with the failed request.
-    EXPECT_EQ(std::set<std::string>(calls.begin() + 2, calls.end()), (std::set<std::string>{"~Peer#1", "~Peer#2"}));
-    EXPECT_EQ(failures.Take(), Lines{"w: Invalid bool value"});
+    ASSERT_EQ(calls.size(), 6u);
+    EXPECT_EQ(Lines(calls.begin(), calls.begin() + 2), (Lines{"create Peer Peer [] -> Peer#1", "create Peer Peer [] -> Peer#2"}));
+    EXPECT_EQ(std::set<std::string>(calls.begin() + 2, calls.begin() + 4), (std::set<std::string>{"~Peer#1", "~Peer#2"}));
+    EXPECT_EQ(Lines(calls.begin() + 4, calls.end()), (Lines{"create Widget Widget [] -> Widget#3", "~Widget#3"}));
 }
 
-// A reference to a bean that isn't a singleton gives each property call a
-// target of its own, made at the time of the call.
+// A reference to a non-singleton gives each call a target of its own.
 TEST_F(BindingTest, ReferencesResolveAtEachCall) {
     Load(*factory_, {{RecordingLibrary(),
                       {Bean("peer", "Peer"),

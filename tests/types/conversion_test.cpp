@@ -1,5 +1,5 @@
 // The value types end to end: a type name and a text in a definition, and what
-// a real wrapper reads at the argument address when the property is set.
+// a real wrapper reads at the argument address.
 #include "support/records.h"
 
 namespace {
@@ -20,8 +20,8 @@ const struct { const char* type; const char* text; const char* code; const char*
     // char takes a character, its neighbours a number.
     {"char", "A", "char", "65"},
     {"char", "", "char", "0"},
+    {"short", "", "i16", "0"},
     {"char", "\xC3\xA9", "char", "-61"},  // first byte of the UTF-8 form
-    {"int8_t", "-1", "i8", "-1"},
     {"int8_t", "200", "i8", "-56"},
     {"unsigned char", "300", "u8", "44"},
     {"unsigned   char", "7", "u8", "7"},
@@ -32,33 +32,26 @@ const struct { const char* type; const char* text; const char* code; const char*
     {"unsigned short", "-1", "u16", "65535"},
     {"uint16_6", "65535", "u16", "65535"},
     {"uint16_t", "1", "u16", "!Could not find type bean 'uint16_t'"},
-    // int: lenient decimal, clamped to the 32-bit limits.
+    // int: lenient decimal, clamped to the 32-bit limits (the readers' own
+    // cases are in the platform tests).
     {"int", "12abc", "i32", "12"},
     {"int", " -7", "i32", "-7"},
     {"int", "0x10", "i32", "0"},
     {"int", "010", "i32", "10"},
-    {"int", "+15", "i32", "15"},
+    {"int", "2.5", "i32", "2"},
     {"int", "99999999999", "i32", "2147483647"},
-    {"int", "-99999999999", "i32", "-2147483648"},
-    {"int", "\t\n 42", "i32", "42"},
-    {"int", "- 5", "i32", "0"},
     {"int32_t", "42", "i32", "42"},
     {"unsigned int", "-1", "u32", "4294967295"},
     {"unsigned int", "3000000000", "u32", "2147483647"},
     {"long", "-3000000000", "l32", "-2147483648"},
-    {"long", "2147483648", "l32", "2147483647"},
     // unsigned long alone reads hexadecimal and octal and the upper half.
     {"unsigned long", "0x10", "ul32", "16"},
     {"unsigned long", "010", "ul32", "8"},
     {"unsigned long", "3000000000", "ul32", "3000000000"},
     {"unsigned long", "5000000000", "ul32", "4294967295"},
-    {"unsigned long", "-1", "ul32", "4294967295"},
-    {"unsigned long", " 0x1F", "ul32", "31"},
-    {"unsigned long", "08", "ul32", "0"},
-    {"unsigned long", "-0x10", "ul32", "4294967280"},
     {"float", "0.1", "f", "0.100000001"},
     {"double", "0.1", "d", "0.10000000000000001"},
-    {"double", "-2.5x", "d", "-2.5"},
+    {"double", "1e3", "d", "1000"},
     // strings: the layout of a pointer to the characters.
     {"char*", "h\xC3\xA9llo", "s", "\"h\xC3\xA9llo\""},
     {"const char*", "", "s", "\"\""},
@@ -83,8 +76,7 @@ const struct { const char* type; const char* text; const char* code; const char*
 
 class ConversionTest : public RecordingTest {};
 
-// Each row is a bean of its own with one property; the wrapper reads the
-// address as the row's code says.
+// Each row is a bean of its own with one property.
 TEST_F(ConversionTest, EveryTypeNameReadsAsTheTableSays) {
     Failures failures(*factory_);
     Library library{RecordingLibrary(),

@@ -167,10 +167,18 @@ private:
 
     // The last node of the nearest non-empty bucket below `b`, which is the
     // predecessor in `next` of the head of `b`; `b` is above the first bucket,
-    // so there is one. In a sparse map (few entries, many buckets) walking the
-    // entries from the head is shorter than searching the buckets down.
+    // so there is one. Walking the entries from the head passes those of the
+    // buckets below `b`, about count x (b - first) / buckets nodes, each a
+    // load of its own; searching the buckets down passes about buckets /
+    // count of them, eight to a cache line. The walk is taken only where it
+    // is expected to be far shorter, in a map of a handful of entries. The
+    // bucket count decides as much as the entry count: a map that was large
+    // once keeps its buckets, and walking its entries while it fills again
+    // would cost time quadratic in them.
     Node* LastBelow(std::uint32_t b) const noexcept {
-        if (static_cast<std::uint64_t>(count_) * 8 < b - firstBucket_) {
+        if (static_cast<std::uint64_t>(count_) * 4 < bucketCount_ &&
+            static_cast<double>(count_) * count_ * (b - firstBucket_) * 8 <
+                static_cast<double>(bucketCount_) * bucketCount_) {
             Node* last = buckets_[firstBucket_];
             while (last->next != nullptr && (static_cast<std::uint32_t>(last->next->hash) & bucketMask_) < b)
                 last = last->next;

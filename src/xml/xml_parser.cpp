@@ -4,6 +4,7 @@
 // clear marks exactly; quotes, '=' and a lone '>' outside a tag are text.
 #include "xml/xml_parser.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "xml/xml_document.h"
@@ -41,26 +42,24 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
     return copy;
 }
 
-// Byte for byte, also in case; at most 32 bytes in two overlapping words
-// each way, longer names by memcmp.
+// The first and the last `sizeof(Word)` bytes of both, which overlap for
+// lengths below twice that size.
+template <class Word>
+inline bool SameEnds(const char* a, const char* b, std::size_t length) {
+    Word a0, a1, b0, b1;
+    std::memcpy(&a0, a, sizeof(Word));
+    std::memcpy(&b0, b, sizeof(Word));
+    std::memcpy(&a1, a + length - sizeof(Word), sizeof(Word));
+    std::memcpy(&b1, b + length - sizeof(Word), sizeof(Word));
+    return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+}
+
+// Byte for byte, also in case: up to 16 bytes in two words each way, longer
+// names by memcmp.
 inline bool SameBytes(const char* a, const char* b, std::size_t length) {
     if (length > 16) return std::memcmp(a, b, length) == 0;
-    if (length >= 8) {
-        std::uint64_t a0, a1, b0, b1;
-        std::memcpy(&a0, a, 8);
-        std::memcpy(&b0, b, 8);
-        std::memcpy(&a1, a + length - 8, 8);
-        std::memcpy(&b1, b + length - 8, 8);
-        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
-    }
-    if (length >= 4) {
-        std::uint32_t a0, a1, b0, b1;
-        std::memcpy(&a0, a, 4);
-        std::memcpy(&b0, b, 4);
-        std::memcpy(&a1, a + length - 4, 4);
-        std::memcpy(&b1, b + length - 4, 4);
-        return ((a0 ^ b0) | (a1 ^ b1)) == 0;
-    }
+    if (length >= 8) return SameEnds<std::uint64_t>(a, b, length);
+    if (length >= 4) return SameEnds<std::uint32_t>(a, b, length);
     for (std::size_t i = 0; i < length; ++i)
         if (a[i] != b[i]) return false;
     return true;

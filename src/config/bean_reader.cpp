@@ -147,17 +147,11 @@ SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean&
     // A present but empty attribute stays empty; it doesn't fall back on the
     // class. A ':' at position 0 cuts nothing.
     const char* writtenMethod = element.AttributeValue("factory-method");
-    if (writtenMethod != nullptr) {
-        std::string factoryMethod = SubstitutedName(writtenMethod, parameters);
-        const std::size_t colon = factoryMethod.rfind(':');
-        if (colon != std::string::npos && colon > 0) factoryMethod.erase(0, colon + 1);
-        bean.factoryMethod = std::move(factoryMethod);
-    } else {
-        // Only the short name is copied: it mostly fits in the string itself.
-        const std::size_t colon = bean.className.rfind(':');
-        const std::size_t from = colon != std::string::npos && colon > 0 ? colon + 1 : 0;
-        bean.factoryMethod.assign(bean.className, from, std::string::npos);
-    }
+    std::string written;
+    if (writtenMethod != nullptr) written = SubstitutedName(writtenMethod, parameters);
+    const std::string& method = writtenMethod != nullptr ? written : bean.className;
+    const std::size_t colon = method.rfind(':');
+    bean.factoryMethod.assign(method, colon != std::string::npos && colon > 0 ? colon + 1 : 0);
 
     if (bean.name.empty()) {
         std::string uuid;

@@ -71,11 +71,6 @@ ValueHolder EvaluateArgument(const SArgument& argument, IBeanFactory* factory, C
     return ValueHolder(type->CreateValue(factory, argument.type.c_str(), argument.value.c_str(), library));
 }
 
-std::unique_ptr<ValueHolder> BindArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
-                                          const SLibrary* library) {
-    return std::make_unique<ValueHolder>(EvaluateArgument(argument, factory, types, library));
-}
-
 namespace {
 
 // Address lists of finished calls, kept by each thread for its next calls so

@@ -56,8 +56,6 @@ private:
 // from one evaluation to the next.
 ValueHolder EvaluateArgument(const SArgument& argument, IBeanFactory* factory, CTypeRegistry* types,
                              const SLibrary* library, IType** knownType = nullptr);
-std::unique_ptr<ValueHolder> BindArgument(const SArgument& argument, IBeanFactory* factory,
-                                          CTypeRegistry* types, const SLibrary* library);
 
 // The arguments of one wrapper call: the addresses the wrapper reads and the
 // holders that keep the values alive until the call is over. Arguments are

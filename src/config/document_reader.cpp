@@ -32,13 +32,6 @@ std::string FileSystemPath(const std::wstring& path) {
     return narrow;
 }
 
-// What identifies a file among those being read, however its path is written.
-std::string FileIdentity(const std::string& fileSystemPath) {
-    std::error_code error;
-    std::filesystem::path canonical = std::filesystem::weakly_canonical(fileSystemPath, error);
-    return error ? fileSystemPath : canonical.string();
-}
-
 // The directory of `path`, with its own separator: up to the last backslash,
 // else the last slash; empty if there is neither.
 std::wstring BaseDirectory(const std::wstring& path) {
@@ -47,12 +40,27 @@ std::wstring BaseDirectory(const std::wstring& path) {
     return at == std::wstring::npos ? std::wstring() : path.substr(0, at + 1);
 }
 
-// `openFiles` holds the identities of the files whose reading is under way,
-// outermost first.
+std::string Canonical(const std::string& fileSystemPath) {
+    std::error_code error;
+    std::filesystem::path canonical = std::filesystem::weakly_canonical(fileSystemPath, error);
+    return error ? fileSystemPath : canonical.string();
+}
+
+// What identifies one reading among those under way: the file, however its
+// path is written, and the directory its includes are joined to. The base
+// directory is cut by the last backslash, so it need not be the file's own
+// directory, and a file reached through a link resolves its includes next to
+// the link: one file read against two directories is no cycle.
+std::string ReadingIdentity(const std::wstring& path) {
+    const std::string base = FileSystemPath(BaseDirectory(path));
+    return Canonical(FileSystemPath(path)) + '\n' + Canonical(base.empty() ? "." : base);
+}
+
+// `openFiles` holds the identities of the readings under way, outermost first.
 CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path,
                         std::vector<std::string>& openFiles) {
     const std::string fileSystemPath = FileSystemPath(path);
-    std::string identity = FileIdentity(fileSystemPath);
+    std::string identity = ReadingIdentity(path);
     for (const std::string& open : openFiles)
         if (open == identity) throw CException(L"Include cycle at file '" + path + L"'");
     if (openFiles.size() >= kMaxIncludeDepth)

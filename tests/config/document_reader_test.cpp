@@ -93,6 +93,19 @@ TEST_F(DocumentReader, IncludeCyclesAndDeepChainsAreRefused) {
     folder_.Write("cycle/sub/b.xml", Document(Include("../a.xml"), ""));
     EXPECT_EQ(FileMessage(prefix_ + L"cycle/a.xml"), L"Include cycle at file '" + prefix_ + L"cycle/sub\\..\\a.xml'");
 
+    // One file read again against another base directory is no cycle: here
+    // the first base is cut at the backslash, and then a link resolves its
+    // includes beside itself, not beside its target.
+    folder_.Write("again/b/c.xml", Document(Include("b/c.xml"), Bean("c")));
+    folder_.Write("again/b/b/c.xml", Document("", Bean("deep")));
+    EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"again\\b/c.xml")), (Names{"deep", "c", "c"}));
+    folder_.Write("linked/real/main.xml", Document(Include("next.xml"), Bean("main")));
+    folder_.Write("linked/real/next.xml", Document("", Bean("real-next")));
+    folder_.Write("linked/link/next.xml", Document(Include("../real/main.xml"), Bean("link-next")));
+    std::filesystem::create_symlink("../real/main.xml", folder_.Path("linked/link/main.xml"));
+    EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"linked/link/main.xml")),
+              (Names{"real-next", "main", "link-next", "main"}));
+
     // d0 includes d1, and so on up to d69.
     for (int i = 0; i < 70; ++i) {
         const std::string next = i + 1 < 70 ? Include("d" + std::to_string(i + 1) + ".xml") : "";

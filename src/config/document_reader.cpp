@@ -40,6 +40,8 @@ std::wstring BaseDirectory(const std::wstring& path) {
     return at == std::wstring::npos ? std::wstring() : path.substr(0, at + 1);
 }
 
+// The path with links, "." and ".." resolved as far as it exists; as given
+// if that fails.
 std::string Canonical(const std::string& fileSystemPath) {
     std::error_code error;
     std::filesystem::path canonical = std::filesystem::weakly_canonical(fileSystemPath, error);
@@ -51,16 +53,17 @@ std::string Canonical(const std::string& fileSystemPath) {
 // directory is cut by the last backslash, so it need not be the file's own
 // directory, and a file reached through a link resolves its includes next to
 // the link: one file read against two directories is no cycle.
-std::string ReadingIdentity(const std::wstring& path) {
-    const std::string base = FileSystemPath(BaseDirectory(path));
-    return Canonical(FileSystemPath(path)) + '\n' + Canonical(base.empty() ? "." : base);
+std::string ReadingIdentity(const std::string& fileSystemPath, const std::wstring& base) {
+    const std::string directory = FileSystemPath(base);
+    return Canonical(fileSystemPath) + '\n' + Canonical(directory.empty() ? "." : directory);
 }
 
 // `openFiles` holds the identities of the readings under way, outermost first.
 CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path,
                         std::vector<std::string>& openFiles) {
     const std::string fileSystemPath = FileSystemPath(path);
-    std::string identity = ReadingIdentity(path);
+    const std::wstring base = BaseDirectory(path);
+    std::string identity = ReadingIdentity(fileSystemPath, base);
     for (const std::string& open : openFiles)
         if (open == identity) throw CException(L"Include cycle at file '" + path + L"'");
     if (openFiles.size() >= kMaxIncludeDepth)
@@ -78,7 +81,6 @@ CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path,
     // Includes come before everything else in the file, each merged as soon
     // as it is read, so that a name clash names the first file that repeats it.
     openFiles.push_back(std::move(identity));
-    const std::wstring base = BaseDirectory(path);
     const int count = root.ChildCount("include");
     std::int32_t position = 0;
     for (int i = 0; i < count; ++i) {

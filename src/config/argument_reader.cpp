@@ -33,10 +33,31 @@ void ReadArgumentElements(CConfiguration& configuration, const XMLNode& element,
 
 bool HasText(const char* value) { return value != nullptr && *value != '\0'; }
 
+// Inner beans may nest this deep in one bean. Each level is a few frames of
+// the readers, and the limit keeps a document within a small thread stack.
+// The refusal names the outermost bean, the one a reader can find.
+constexpr int kMaxInnerBeanNesting = 16;
+thread_local int t_innerBeanNesting = 0;
+thread_local const SBean* t_outermostHolder = nullptr;
+
+class CInnerBeanLevel {
+public:
+    explicit CInnerBeanLevel(const SBean& holder) {
+        if (t_innerBeanNesting == 0) t_outermostHolder = &holder;
+        if (t_innerBeanNesting >= kMaxInnerBeanNesting)
+            throw CException(Message(L"Inner beans nested too deeply in bean '", t_outermostHolder->name, L"'"));
+        ++t_innerBeanNesting;
+    }
+    ~CInnerBeanLevel() { --t_innerBeanNesting; }
+    CInnerBeanLevel(const CInnerBeanLevel&) = delete;
+    CInnerBeanLevel& operator=(const CInnerBeanLevel&) = delete;
+};
+
 // An inner bean: an anonymous definition that exists for one argument. Its
 // record joins its library now, so it stands before the bean that holds it.
 void ReadInnerBean(CConfiguration& configuration, const XMLNode& element, SArgument& argument,
-                   const ParameterMap& parameters, SLibrary* library) {
+                   const SBean& holder, const ParameterMap& parameters, SLibrary* library) {
+    CInnerBeanLevel level(holder);
     std::string uuid;
     if (!platform::NewUuidText(uuid)) throw CException(L"Could not create uuid for unnamed bean");
 
@@ -148,7 +169,7 @@ void ReadArgument(CConfiguration& configuration, const XMLNode& element, SArgume
     }
 
     if (XMLNode inner = element.NextChild("bean"); !inner.IsEmpty()) {
-        ReadInnerBean(configuration, inner, argument, parameters, library);
+        ReadInnerBean(configuration, inner, argument, bean, parameters, library);
         return;
     }
 

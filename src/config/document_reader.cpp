@@ -12,6 +12,7 @@
 #include "config/bean_reader.h"
 #include "foundation/string_convert.h"
 #include "platform/module.h"
+#include "substitution/loops.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -58,18 +59,30 @@ std::string ReadingIdentity(const std::string& fileSystemPath, const std::wstrin
     return Canonical(fileSystemPath) + '\n' + Canonical(directory.empty() ? "." : directory);
 }
 
-// `openFiles` holds the identities of the readings under way, outermost first.
-CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path,
-                        std::vector<std::string>& openFiles) {
-    const std::string fileSystemPath = FileSystemPath(path);
-    const std::wstring base = BaseDirectory(path);
-    std::string identity = ReadingIdentity(fileSystemPath, base);
-    for (const std::string& open : openFiles)
-        if (open == identity) throw CException(L"Include cycle at file '" + path + L"'");
-    if (openFiles.size() >= kMaxIncludeDepth)
-        throw CException(L"Includes nested too deeply at file '" + path + L"'");
+// One file being read: parsed, its includes read up to `next`, each merged
+// into its configuration as soon as it was read.
+struct SOpenFile {
+    std::wstring path;
+    std::wstring base;
+    std::string identity;  // as ReadingIdentity gives it
+    XMLNode root;
+    CConfiguration configuration;
+    int includes = 0;
+    int next = 0;
+    std::int32_t position = 0;
+};
 
-    CConfiguration configuration(factory);
+// Parses `path` into a new entry of `open`, refusing a file that is already
+// being read against the same base directory, and a chain of includes
+// deeper than the limit.
+void OpenFile(IBeanFactory* factory, std::wstring path, std::vector<SOpenFile>& open) {
+    const std::string fileSystemPath = FileSystemPath(path);
+    std::wstring base = BaseDirectory(path);
+    std::string identity = ReadingIdentity(fileSystemPath, base);
+    for (const SOpenFile& file : open)
+        if (file.identity == identity) throw CException(L"Include cycle at file '" + path + L"'");
+    if (open.size() >= kMaxIncludeDepth)
+        throw CException(L"Includes nested too deeply at file '" + path + L"'");
 
     SXmlParseResult result;
     XMLNode root = ParseFile(fileSystemPath.c_str(), kRootName, &result);
@@ -78,39 +91,56 @@ CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path,
         throw CException(L"Error while parsing file '" + path + L"': " +
                          DescribeParseError(result, kRootName));
 
-    // Includes come before everything else in the file, each merged as soon
-    // as it is read, so that a name clash names the first file that repeats it.
-    openFiles.push_back(std::move(identity));
-    const int count = root.ChildCount("include");
-    std::int32_t position = 0;
-    for (int i = 0; i < count; ++i) {
-        XMLNode include = root.NextChild("include", &position);
-        const char* includePath = include.AttributeValue("path");
-        if (includePath == nullptr || *includePath == '\0')
-            throw CException(L"Missing argument 'path' in include tag");
-        std::wstring relative = Widen(includePath);
-        for (wchar_t& c : relative)
-            if (c == L'/') c = L'\\';
-        CConfiguration included = ReadFile(factory, base + relative, openFiles);
-        configuration.MergeConfiguration(included);
-    }
-    openFiles.pop_back();
+    const int includes = root.ChildCount("include");
+    open.push_back(SOpenFile{std::move(path), std::move(base), std::move(identity), std::move(root),
+                             CConfiguration(factory), includes});
+}
 
-    configuration.Store().path = path;
-    ReadLibraries(configuration, root);
-    return configuration;
+// The path of the next include of `file`, joined to its base directory.
+std::wstring NextInclude(SOpenFile& file) {
+    XMLNode include = file.root.NextChild("include", &file.position);
+    ++file.next;
+    const char* includePath = include.AttributeValue("path");
+    if (includePath == nullptr || *includePath == '\0') throw CException(L"Missing argument 'path' in include tag");
+    std::wstring relative = Widen(includePath);
+    for (wchar_t& c : relative)
+        if (c == L'/') c = L'\\';
+    return file.base + relative;
+}
+
+// Includes come before everything else in a file, depth first, each merged
+// as soon as it is read, so that a name clash names the first file that
+// repeats it. The chain of open files is kept on the heap, not the stack.
+CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path) {
+    CLoopReading reading;
+    std::vector<SOpenFile> open;
+    OpenFile(factory, path, open);
+    for (;;) {
+        SOpenFile& file = open.back();
+        if (file.next < file.includes) {
+            OpenFile(factory, NextInclude(file), open);
+            continue;
+        }
+        file.configuration.Store().path = file.path;
+        reading.SetFile(file.path);
+        ReadLibraries(file.configuration, file.root);
+        CConfiguration done = std::move(file.configuration);
+        open.pop_back();
+        if (open.empty()) return done;
+        open.back().configuration.MergeConfiguration(done);
+    }
 }
 
 }  // namespace
 
 CConfiguration ReadConfigurationFile(IBeanFactory* factory, const wchar_t* path) {
-    std::vector<std::string> openFiles;
-    return ReadFile(factory, path != nullptr ? std::wstring(path) : std::wstring(), openFiles);
+    return ReadFile(factory, path != nullptr ? std::wstring(path) : std::wstring());
 }
 
 CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text) {
     CConfiguration configuration(factory);
     if (text == nullptr || *text == '\0') return configuration;
+    CLoopReading reading;
 
     SXmlParseResult result;
     XMLNode root = ParseText(text, kRootName, &result);

@@ -8,6 +8,7 @@
 
 #include "container/lifecycle.h"
 #include "foundation/string_convert.h"
+#include "platform/stack.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -23,6 +24,16 @@ struct SMaking {
 };
 thread_local std::vector<SMaking> t_making;
 constexpr std::size_t kMaxRequestDepth = 256;
+
+// A request makes a bean only with this much stack left: enough for its own
+// frames, the wrapper's and a constructor's, so that a chain of references
+// ends in an empty result instead of running off the thread's stack.
+// Sanitizers make every frame several times larger.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t kRequestStackReserve = 96 * 1024;
+#else
+constexpr std::size_t kRequestStackReserve = 16 * 1024;
+#endif
 
 class CMakingGuard {
 public:
@@ -175,6 +186,8 @@ BeanPair CBeanFactoryImpl::Request(const char* name, const SLibrary* library, bo
         }
         if (fromContainer && BeingMade(this, name)) return Fail(name, L"Already being made: a cycle");
         if (t_making.size() >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
+        if (platform::StackLeft() < kRequestStackReserve)
+            return Fail(name, L"Requests nested too deeply for the thread's stack");
         CMakingGuard making(this, name);
         return MakeBean(name, *bean, library);
     } catch (const CException& failure) {

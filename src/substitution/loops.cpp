@@ -4,10 +4,13 @@
 // again as the parent kind, with the map extended by the loop variable.
 #include "substitution/loops.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 #include "foundation/string_convert.h"
 #include "platform/text.h"
@@ -21,12 +24,50 @@ static_assert(sizeof(unsigned int) == 4, "loop bounds are read into a 32-bit wor
 
 // A bound as "%u" reads it (blanks skipped, a sign accepted, trailing text
 // ignored), then taken as a signed 32-bit number, so -3 is minus three.
-std::int32_t ReadBound(const char* text) {
+bool ParseBound(const char* text, std::int32_t& bound) {
     unsigned int word = 0;
-    if (text == nullptr || std::sscanf(text, "%u", &word) != 1)
-        throw CException(L"Value of numeric parameter must be numeric");
-    return static_cast<std::int32_t>(word);
+    if (text == nullptr || std::sscanf(text, "%u", &word) != 1) return false;
+    bound = static_cast<std::int32_t>(word);
+    return true;
 }
+
+std::int32_t ReadBound(const char* text) {
+    std::int32_t bound = 0;
+    if (!ParseBound(text, bound)) throw CException(L"Value of numeric parameter must be numeric");
+    return bound;
+}
+
+// The counter's only way out is passing `last`. A step that is not positive,
+// or one that would carry the counter past the 32-bit maximum from its last
+// value in range, would wrap around instead of ending.
+bool Wraps(std::int32_t first, std::int32_t last, std::int32_t inc) {
+    const std::int64_t lastValue = first + (static_cast<std::int64_t>(last) - first) / inc * inc;
+    return inc < 0 || lastValue + inc > INT32_MAX;
+}
+
+// The rounds of one `for` element; 0 for one that runs none or is refused.
+std::uint64_t ForRounds(const XMLNode& loop) {
+    std::int32_t first = 0, last = 0, inc = 1;
+    if (!ParseBound(loop.AttributeValue("first"), first) || !ParseBound(loop.AttributeValue("last"), last))
+        return 0;
+    if (const char* incText = loop.AttributeValue("inc"); incText != nullptr && !ParseBound(incText, inc)) return 0;
+    if (first > last || inc == 0 || Wraps(first, last, inc)) return 0;
+    return static_cast<std::uint64_t>((static_cast<std::int64_t>(last) - first) / inc) + 1;
+}
+
+// The items of a `foreach` set: one per '|' and one more, unless the set
+// ends with '|'; the empty set has one empty item.
+std::uint64_t ForEachRounds(const XMLNode& loop) {
+    const char* set = loop.AttributeValue("set");
+    if (set == nullptr || *set == '\0') return 1;
+    std::uint64_t rounds = 1;
+    const char* p = set;
+    for (; *p != '\0'; ++p) rounds += *p == '|';
+    return p[-1] == '|' ? rounds - 1 : rounds;
+}
+
+bool IsFor(const char* name) { return name != nullptr && platform::EqualNoCase(name, "for"); }
+bool IsForEach(const char* name) { return name != nullptr && platform::EqualNoCase(name, "foreach"); }
 
 // The loop variable's name; an absent or empty one is refused.
 KtWStr ReadVariable(const XMLNode& loop, const wchar_t* message) {
@@ -44,6 +85,38 @@ KtWStr CounterText(std::int32_t counter) {
     return KtWStr(wide, static_cast<std::size_t>(length));
 }
 
+thread_local CLoopReading* t_reading = nullptr;
+
+}  // namespace
+
+// The rounds of one loop as the reading runs them: an outermost loop is
+// weighed whole before its first round, nested rounds included, so that the
+// loops inside it need no check of their own; every loop adds a level.
+struct SLoopWalk {
+    SLoopWalk(const XMLNode& loop, const KtWStr& variable) : reading(*t_reading) {
+        if (reading.nesting_ >= kMaxLoopNesting)
+            throw CException(L"Loops nested too deeply at loop over '" + variable.ToStd() + L"'");
+        if (reading.nesting_ == 0) {
+            const std::uint64_t left = kMaxLoopRounds - reading.rounds_;
+            const std::uint64_t rounds = CountLoopRounds(loop, left);
+            if (rounds > left) {
+                std::wstring where = reading.file_.empty() ? L"" : L" in file '" + reading.file_ + L"'";
+                throw CException(L"Loops" + where + L" repeat more than " + std::to_wstring(kMaxLoopRounds) +
+                                 L" times at loop over '" + variable.ToStd() + L"'");
+            }
+            reading.rounds_ += rounds;
+        }
+        ++reading.nesting_;
+    }
+    ~SLoopWalk() { --reading.nesting_; }
+    SLoopWalk(const SLoopWalk&) = delete;
+    SLoopWalk& operator=(const SLoopWalk&) = delete;
+
+    CLoopReading& reading;
+};
+
+namespace {
+
 void RunFor(const XMLNode& loop, const ParameterMap& parameters, const LoopCallback& onLoop) {
     std::int32_t first = ReadBound(loop.AttributeValue("first"));
     std::int32_t last = ReadBound(loop.AttributeValue("last"));
@@ -51,16 +124,13 @@ void RunFor(const XMLNode& loop, const ParameterMap& parameters, const LoopCallb
     std::int32_t inc = incText != nullptr ? ReadBound(incText) : 1;
     KtWStr variable = ReadVariable(loop, L"Empty attribute 'substitute' in bean for loop");
 
-    // The counter's only way out is passing `last`. A step that is not
-    // positive, or one that would carry the counter past the 32-bit maximum
-    // from its last value in range, would wrap around instead of ending.
     if (first <= last) {
         if (inc == 0) throw CException(L"Loop over '" + variable.ToStd() + L"' has a step of 0");
-        std::int64_t lastValue = first + (static_cast<std::int64_t>(last) - first) / inc * inc;
-        if (inc < 0 || lastValue + inc > INT32_MAX)
+        if (Wraps(first, last, inc))
             throw CException(L"Loop over '" + variable.ToStd() + L"' wraps around before passing its last value");
     }
 
+    SLoopWalk walk(loop, variable);
     // One copy of the map serves the whole loop; each iteration overwrites
     // the variable's entry, which hides an outer variable of the same name.
     ParameterMap scope(parameters);
@@ -76,6 +146,7 @@ void RunForEach(const XMLNode& loop, const ParameterMap& parameters, const LoopC
     if (set == nullptr) set = "";
     KtWStr variable = ReadVariable(loop, L"Empty attribute 'substitute' in bean foreach loop");
 
+    SLoopWalk walk(loop, variable);
     ParameterMap scope(parameters);
     KtWStr& value = scope.FindOrInsert(variable);
     const char* rest = set;
@@ -104,9 +175,36 @@ void VisitChildren(const XMLNode& parent, const char* name, const Run& run) {
 
 }  // namespace
 
+CLoopReading::CLoopReading() : outer_(t_reading) { t_reading = this; }
+CLoopReading::~CLoopReading() { t_reading = outer_; }
+
+std::uint64_t CountLoopRounds(const XMLNode& loop, std::uint64_t limit) {
+    // Depth first with a stack of its own, since a tree may nest as deep as
+    // the parser allows. Each entry carries the rounds of the loops around it.
+    std::uint64_t total = 0;
+    std::vector<std::pair<XMLNode, std::uint64_t>> pending;
+    pending.emplace_back(loop, 1);
+    while (!pending.empty() && total <= limit) {
+        auto [node, around] = std::move(pending.back());
+        pending.pop_back();
+        const char* name = node.Name();
+        if (IsFor(name) || IsForEach(name)) {
+            const std::uint64_t rounds = IsFor(name) ? ForRounds(node) : ForEachRounds(node);
+            // Capped above the limit, so that the product can't overflow.
+            around = rounds == 0 ? 0 : std::min(around * rounds, limit + 1);
+            if (around == 0) continue;
+            total += around;
+        }
+        for (int i = node.ChildCount() - 1; i >= 0; --i) pending.emplace_back(node.ChildAtIndex(i), around);
+    }
+    return total;
+}
+
 void ForEachElement(const XMLNode& parent, const std::vector<const char*>& tags,
                     const ParameterMap& parameters, const ElementCallback& onElement,
                     const LoopCallback& onLoop) {
+    std::optional<CLoopReading> own;
+    if (t_reading == nullptr) own.emplace();
     for (const char* tag : tags) VisitChildren(parent, tag, onElement);
     VisitChildren(parent, "for", [&](const XMLNode& loop) { RunFor(loop, parameters, onLoop); });
     VisitChildren(parent, "foreach", [&](const XMLNode& loop) { RunForEach(loop, parameters, onLoop); });

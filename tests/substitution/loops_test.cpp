@@ -136,5 +136,30 @@ TEST(ForEachElement, NestedLoops) {
               "first,x1 error: Invalid substitution pattern");
 }
 
+TEST(ForEachElement, LoopsHaveABudgetAndANestingLimit) {
+    // Nested rounds count: an outer round that runs an inner loop costs its
+    // own round and each of the inner ones. The budget is weighed before the
+    // first round, so a refused walk has read nothing.
+    const std::string over = "error: Loops repeat more than 1000000 times at loop over 'i'";
+    auto nested = [](int outer, int inner, const char* rest = "") {
+        return "<for substitute='i' first='1' last='" + std::to_string(outer) + "'><for substitute='j' first='1' last='" +
+               std::to_string(inner) + "'/>" + rest + "</for>";
+    };
+    EXPECT_EQ(Walk(nested(1000, 999)), "");  // 1000 + 1000 * 999 rounds: the budget exactly
+    EXPECT_EQ(Walk(nested(1000, 999, "<foreach substitute='s'/>")), over);
+    EXPECT_EQ(Walk("<bean name='a'/>" + nested(1, 1000000)), "a " + over);
+    EXPECT_EQ(Walk("<for substitute='i' first='0' last='5555555555'><bean name='x'/></for>"), over);
+    EXPECT_EQ(Walk("<foreach substitute='i' set='" + std::string(1000000, '|') + "a'/>"), over);
+    // Loops that run no round weigh nothing, nor do those inside them.
+    EXPECT_EQ(Walk("<for substitute='i' first='2' last='1'>" + nested(2000, 2000) + "</for>"), "");
+    // Sixteen loops may nest; a seventeenth is refused.
+    std::string deep = "<bean name='x'/>";
+    for (int level = 16; level >= 1; --level)
+        deep = "<for substitute='v" + std::to_string(level) + "' first='1' last='1'>" + deep + "</for>";
+    EXPECT_EQ(Walk(deep), "x");
+    EXPECT_EQ(Walk("<for substitute='v0' first='1' last='1'>" + deep + "</for>"),
+              "error: Loops nested too deeply at loop over 'v16'");
+}
+
 }  // namespace
 }  // namespace ZEM

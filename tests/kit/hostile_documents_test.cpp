@@ -1,0 +1,129 @@
+// Documents built to exhaust a host: deep nesting read on a small thread
+// stack, loops that would run for hours, chains of references deeper than
+// the stack can hold. Each loads or is refused with a message; none crashes.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "foundation/string_convert.h"
+#include "support/message_of.h"
+#include "support/small_stack.h"
+#include "support/temp_dir.h"
+#include "zem/class.h"
+#include "zem/container.h"
+
+namespace {
+
+// A bean that holds another, given to its constructor or as a property.
+struct SLink : ZEM::IObject {
+    SLink() = default;
+    explicit SLink(std::shared_ptr<ZEM::IObject> to) : next(std::move(to)) {}
+    std::shared_ptr<ZEM::IObject> next;
+};
+ZEM::CClass<SLink> BindLink() {
+    return ZEM::CClass<SLink>().Constructor<>().Constructor<std::shared_ptr<ZEM::IObject>>().Property("Next",
+                                                                                                     &SLink::next);
+}
+
+class HostileDocuments : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { ZEM::RegisterClass<BindLink>("Link"); }
+};
+
+std::string Document(const std::string& beans) { return "<zem><library><beans>" + beans + "</beans></library></zem>"; }
+
+// `levels` inner beans, each the property of the one around it.
+std::string InnerBeans(int levels) {
+    std::string bean = "<bean class='Link'/>";
+    for (int i = 0; i < levels; ++i)
+        bean = "<bean class='Link'><properties><property name='Next'>" + bean + "</property></properties></bean>";
+    return bean.replace(0, 5, "<bean name='top'");
+}
+
+// `levels` loops of one round each around one bean.
+std::string NestedLoops(int levels) {
+    std::string body = "<bean name='b' class='Link'/>";
+    for (int i = levels - 1; i >= 0; --i)
+        body = "<for substitute='v" + std::to_string(i) + "' first='1' last='1'>" + body + "</for>";
+    return body;
+}
+
+// The message of loading `text` on a small stack; empty if it loaded.
+std::wstring LoadOnSmallStack(const std::string& text) {
+    std::wstring message;
+    zem_support::RunOnSmallStack([&] { message = zem_support::MessageOf([&] { ZEM::CContainer c(text.c_str()); }); });
+    return message;
+}
+
+TEST_F(HostileDocuments, DeepDocumentsLoadOrAreRefusedOnASmallStack) {
+    const struct {
+        std::string text;
+        std::wstring message;
+    } cases[] = {
+        {Document(InnerBeans(16)), L""},
+        {Document(InnerBeans(17)), L"Inner beans nested too deeply in bean 'top'"},
+        {Document(InnerBeans(40)), L"Inner beans nested too deeply in bean 'top'"},
+        {Document(NestedLoops(16)), L""},
+        {Document(NestedLoops(40)), L"Loops nested too deeply at loop over 'v16'"},
+        // The deepest reading the limits allow: inner beans inside every loop.
+        {Document(NestedLoops(16).replace(NestedLoops(16).find("<bean"), 29, InnerBeans(16))), L""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text.substr(0, 120));
+        EXPECT_EQ(LoadOnSmallStack(c.text), c.message);
+    }
+}
+
+TEST_F(HostileDocuments, IncludeChainsAndLoopBudgetsNameTheFile) {
+    // A chain of includes as long as allowed, its last file the deepest
+    // reading, on a small stack; the loop budget spans all files of a reading.
+    zem_support::TempDir folder;
+    for (int i = 0; i < 63; ++i)
+        std::ofstream(folder.Path("f" + std::to_string(i) + ".xml"))
+            << "<zem><include path='f" << i + 1 << ".xml'/></zem>";
+    std::ofstream(folder.Path("f63.xml")) << Document(NestedLoops(16).replace(NestedLoops(16).find("<bean"), 29,
+                                                                              InnerBeans(16)));
+    std::ofstream(folder.Path("half.xml")) << Document("<foreach substitute='s' set='" + std::string(500000, '|') +
+                                                       "'/>");
+    std::ofstream(folder.Path("budget.xml")) << "<zem><include path='half.xml'/>"
+                                             << Document("<foreach substitute='s' set='" + std::string(500001, '|') +
+                                                         "'/>").substr(5);
+    auto load = [&](const std::string& name) {
+        const std::wstring path = ZEM::Widen(folder.Path(name));
+        std::wstring message;
+        zem_support::RunOnSmallStack(
+            [&] { message = zem_support::MessageOf([&] { ZEM::CContainer c(path.c_str()); }); });
+        return message;
+    };
+    EXPECT_EQ(load("f0.xml"), L"");
+    EXPECT_EQ(load("budget.xml"),
+              L"Loops in file '" + ZEM::Widen(folder.Path("budget.xml")) +
+                  L"' repeat more than 1000000 times at loop over 's'");
+}
+
+TEST_F(HostileDocuments, ReferenceChainsEndInAnEmptyLinkInsteadOfOverflowing) {
+    // 256 beans, each made with the next: the nesting limit of requests.
+    std::string beans;
+    for (int i = 0; i < 256; ++i)
+        beans += "<bean name='b" + std::to_string(i) + "' class='Link'>" +
+                 (i < 255 ? "<constructor-arg><argument><ref bean='b" + std::to_string(i + 1) +
+                                "'/></argument></constructor-arg>"
+                          : "") +
+                 "</bean>";
+    const std::string text = Document(beans);
+    auto length = [](std::shared_ptr<ZEM::IObject> link) {
+        int count = 0;
+        for (; link; link = std::static_pointer_cast<SLink>(link)->next) ++count;
+        return count;
+    };
+    ZEM::CContainer container(text.c_str());
+    EXPECT_EQ(length(container.GetBean("b0")), 256);  // the main thread's stack holds it all
+    int onSmallStack = -1;
+    zem_support::RunOnSmallStack([&] { onSmallStack = length(container.GetBean("b0")); });
+    EXPECT_GE(onSmallStack, 0);
+    EXPECT_LT(onSmallStack, 256);
+    EXPECT_EQ(length(container.GetBean("b200")), 56);  // the container still works
+}
+
+}  // namespace

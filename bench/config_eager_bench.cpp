@@ -199,6 +199,36 @@ void BM_LoadEagerConfigurationFile(benchmark::State& state) {
 }
 BENCHMARK(BM_LoadEagerConfigurationFile)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
+// The same documents with a library the loader can't find: every eager bean
+// fails, and each failure tries the library again, as binding requires. The
+// load must cost about what a successful one does, not grow with the
+// square of the beans.
+void BM_LoadEagerUnloadableLibrary(benchmark::State& state) {
+    static CGeneratedDocuments documents("zem-eager-fail-bench",
+                                         SGeneratorOptions{.libraryPath = "libzem-missing-services.so", .allEager = true});
+    const int beans = static_cast<int>(state.range(0));
+    const std::wstring& path = documents.PathFor(beans);
+    if (path.empty()) {
+        state.SkipWithError("could not write the document");
+        return;
+    }
+    long failures = 0;
+    for (auto _ : state) {
+        ZEM::CContainer host(nullptr);
+        ZEM::SetBeanFailureHandler(host.Factory(), [&](const char*, const std::wstring&, const std::vector<std::string>&) {
+            ++failures;
+        });
+        host.Reset(path.c_str());
+    }
+    if (failures != static_cast<long>(beans) * static_cast<long>(state.iterations())) {
+        state.SkipWithError("not every eager bean failed");
+        return;
+    }
+    state.counters["per_bean"] = benchmark::Counter(
+        static_cast<double>(beans), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_LoadEagerUnloadableLibrary)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 
 BENCHMARK_MAIN();

@@ -3,6 +3,7 @@
 // target as it was.
 #include "config/configuration.h"
 
+#include <algorithm>
 #include <string_view>
 #include <unordered_set>
 
@@ -106,16 +107,40 @@ std::vector<std::pair<std::string, const SLibrary*>> CConfiguration::GetEagerBea
 
 SBeanType* CConfiguration::GetBeanType(const char* name) {
     if (auto* bound = store_->beanTypes.Find(name)) return bound->get();
-    for (const auto& library : store_->libraries) {
-        for (const SBean& bean : library->beans) {
-            if (bean.name == name) {
-                BindLibrary(*this, library.get());
-                auto* bound = store_->beanTypes.Find(name);
-                return bound != nullptr ? bound->get() : nullptr;
-            }
+    SLibrary* library = FindDefinition(name);
+    if (library == nullptr) return nullptr;
+    BindLibrary(*this, library);
+    auto* bound = store_->beanTypes.Find(name);
+    return bound != nullptr ? bound->get() : nullptr;
+}
+
+SLibrary* CConfiguration::FindDefinition(const char* name) {
+    CConfigurationStore& store = *store_;
+    if (++store.unboundLookups == 1) {
+        // Most stores see one such look-up per library, which binds it whole.
+        for (const auto& library : store.libraries)
+            for (const SBean& bean : library->beans)
+                if (bean.name == name) return library.get();
+        return nullptr;
+    }
+    // Records are only ever appended to a store's libraries, and libraries to
+    // the store; a list that shrank was merged away, and is indexed anew.
+    store.indexed.resize(store.libraries.size(), 0);
+    for (std::uint32_t at = 0; at < store.libraries.size(); ++at) {
+        const std::vector<SBean>& beans = store.libraries[at]->beans;
+        std::size_t& seen = store.indexed[at];
+        if (seen > beans.size()) {
+            store.definitions.Clear();
+            std::fill(store.indexed.begin(), store.indexed.end(), 0);
+            return FindDefinition(name);
+        }
+        for (; seen < beans.size(); ++seen) {
+            std::uint32_t& first = store.definitions.FindOrInsert(std::string_view(beans[seen].name));
+            if (first == 0 || first > at + 1) first = at + 1;
         }
     }
-    return nullptr;
+    const std::uint32_t* at = store.definitions.Find(name);
+    return at != nullptr ? store.libraries[*at - 1].get() : nullptr;
 }
 
 std::uint32_t CConfiguration::GetServiceCount(const char* typeId) const {

@@ -44,6 +44,24 @@ struct CConfigurationStore {
     std::vector<std::unique_ptr<ILibrary>> loadedLibraries; // class libraries loaded so far
     KtMap<KtStr, std::unique_ptr<SBeanType>> beanTypes;     // bound definitions
     KtMap<KtStr, ServiceList> services;                     // type id -> registrations
+
+    // Where a name not bound yet is defined: the position in `libraries`,
+    // plus one, of the first library that holds it. Made at the second look-up of an
+    // unbound name, so that a library that fails to bind again and again
+    // costs no scan of every bean before the one asked for, and brought up
+    // to date with the records added since; `indexed` counts, per library,
+    // the beans it has seen.
+    KtMap<KtStr, std::uint32_t> definitions;
+    std::vector<std::size_t> indexed;
+    std::uint32_t unboundLookups = 0;
+
+    // While the factory makes the eager beans of a load, the paths of class
+    // libraries that could not be loaded: each of their beans fails at once
+    // instead of searching the loader's path again. A library missing at the
+    // start of that short pass is taken as missing to its end; later
+    // requests try it again.
+    bool makingEagerBeans = false;
+    std::vector<std::string> unloadable;
 };
 
 // The owning handle of a store; movable, not copyable.
@@ -88,6 +106,9 @@ public:
     void ReleaseInstance(const std::shared_ptr<IObject>& instance);
 
 private:
+    // The first library that holds `name`, or null.
+    SLibrary* FindDefinition(const char* name);
+
     std::unique_ptr<CConfigurationStore> store_;
 };
 

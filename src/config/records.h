@@ -43,6 +43,9 @@ struct SBean {
 struct SLibrary {
     std::string path;  // the identity of the library, compared byte for byte
     std::vector<SBean> beans;
+    // The beans before this position are bound in the store that holds the
+    // record, so that binding goes on behind them without a look at each.
+    std::size_t boundCount = 0;
 };
 
 }  // namespace ZEM

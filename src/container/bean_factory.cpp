@@ -129,6 +129,17 @@ void CBeanFactoryImpl::LoadConfiguration(CConfiguration& configuration) {
 
 void CBeanFactoryImpl::CreateEagerBeans() {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    struct SPass {
+        explicit SPass(CBeanFactoryImpl& factory) : factory(factory) { factory.configuration_->Store().makingEagerBeans = true; }
+        // Bean code may have reset the factory meanwhile: the store now in
+        // place is the one to tidy.
+        ~SPass() {
+            CConfigurationStore& store = factory.configuration_->Store();
+            store.makingEagerBeans = false;
+            store.unloadable.clear();
+        }
+        CBeanFactoryImpl& factory;
+    } pass(*this);
     for (const auto& [name, library] : configuration_->GetEagerBeans()) GetBeanWrapper(name.c_str(), library);
 }
 

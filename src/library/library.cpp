@@ -80,11 +80,20 @@ void BindLibrary(CConfiguration& configuration, SLibrary* library) {
         }
     }
     if (module == nullptr) {
-        store.loadedLibraries.push_back(std::make_unique<CDynamicLibrary>(library->path.c_str()));
+        for (const std::string& path : store.unloadable)
+            if (path == library->path) throw CException(Message(L"Could not load library '", path, L"'"));
+        try {
+            store.loadedLibraries.push_back(std::make_unique<CDynamicLibrary>(library->path.c_str()));
+        } catch (const CException&) {
+            if (store.makingEagerBeans) store.unloadable.push_back(library->path);
+            throw;
+        }
         module = store.loadedLibraries.back().get();
     }
     // Index, not iterator: a maker may register more beans into this record.
-    for (std::size_t i = 0; i < library->beans.size(); ++i) {
+    // A failure stops the walk at the bean that failed, where the next
+    // binding of the library starts again.
+    for (std::size_t& i = library->boundCount; i < library->beans.size(); ++i) {
         const SBean& bean = library->beans[i];
         if (store.beanTypes.Find(std::string_view(bean.name)) == nullptr) BindBean(configuration, bean, *module, library);
     }

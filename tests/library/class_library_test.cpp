@@ -37,6 +37,16 @@ TEST_F(ClassLibraryTest, TheFirstNeedBindsTheWholeLibrary) {
     EXPECT_TRUE(FixtureLog::Lines().empty());
 }
 
+// An unbound name is looked for in the libraries in order, also once the
+// look-ups have an index, and records added later are found too.
+TEST_F(ClassLibraryTest, AnUnboundNameBelongsToTheFirstLibraryThatHoldsIt) {
+    Load(*factory_, {{"/nonexistent/libfirst.so", {Bean("x", "Widget")}}, {RecordingLibrary(), {Bean("x", "Widget")}}});
+    for (const char* absent : {"none", "nothing"}) EXPECT_FALSE(factory_->Exists(absent));
+    EXPECT_FALSE(factory_->GetBean("x", nullptr));
+    factory_->Configuration().Store().libraries[1]->beans.push_back(Bean("y", "Widget").Record());
+    EXPECT_TRUE(factory_->GetBean("y", nullptr));
+}
+
 // A missing maker stops the beans behind it; a later binding goes on from it.
 TEST_F(ClassLibraryTest, AMissingMakerStopsTheBeansBehindItUntilARetry) {
     Failures failures(*factory_);
@@ -122,6 +132,16 @@ TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
         EXPECT_TRUE(factory->Configuration().Store().loadedLibraries.empty());
         EXPECT_EQ(factory->Configuration().Store().beanTypes.Size(), 0u);
     }
+    // Each eager bean of a missing library fails alike; a request after the
+    // load looks for the library again, and finds it once it is there.
+    const std::string later = temp.Path("liblater.so");
+    auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
+    Failures failures(*factory);
+    Load(*factory, {{later, {Bean("a", "Widget").Eager(), Bean("b", "Widget").Eager()}}});
+    const std::string message = ": Could not load library '" + later + "'";
+    EXPECT_EQ(failures.Take(), (Lines{"a" + message, "b" + message}));
+    std::filesystem::copy_file(RecordingLibrary(), later);
+    EXPECT_TRUE(factory->GetBean("b", nullptr));
 }
 
 // Two paths of one module are two libraries sharing wrappers by class name.

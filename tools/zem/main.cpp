@@ -3,6 +3,7 @@
 // document is what a host would meet.
 #include <cstring>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "cli.h"
@@ -83,9 +84,18 @@ int main(int argc, char** argv) {
         std::cout.flush();
         std::cerr << "zem " << verb->name << ": " << ZEM::Narrow(error.GetMessageW()) << "\n";
         return kExitFinding;
+    } catch (const std::bad_alloc&) {
+        std::cout.flush();
+        std::cerr << "zem " << verb->name << ": out of memory\n";
+        return kExitFinding;
     } catch (const std::exception& error) {
         std::cout.flush();
         std::cerr << "zem " << verb->name << ": " << error.what() << "\n";
+        return kExitFinding;
+    } catch (const IException&) {
+        // The one other failure the library throws: a map that ran out of memory.
+        std::cout.flush();
+        std::cerr << "zem " << verb->name << ": out of memory\n";
         return kExitFinding;
     }
 }

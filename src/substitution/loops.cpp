@@ -66,6 +66,19 @@ std::uint64_t ForEachRounds(const XMLNode& loop) {
     return p[-1] == '|' ? rounds - 1 : rounds;
 }
 
+// What reading an element once costs: its name, attributes and texts, and
+// the record it may become.
+std::uint64_t ElementBytes(const XMLNode& element) {
+    std::uint64_t bytes = 64;
+    if (const char* name = element.Name()) bytes += std::strlen(name);
+    for (int i = 0; i < element.AttributeCount(); ++i) {
+        const char* value = element.AttributeValueAt(i);
+        bytes += std::strlen(element.AttributeNameAt(i)) + (value != nullptr ? std::strlen(value) : 0);
+    }
+    for (int i = 0; i < element.TextCount(); ++i) bytes += std::strlen(element.Text(i));
+    return bytes;
+}
+
 bool IsFor(const char* name) { return name != nullptr && platform::EqualNoCase(name, "for"); }
 bool IsForEach(const char* name) { return name != nullptr && platform::EqualNoCase(name, "foreach"); }
 
@@ -97,18 +110,22 @@ struct SLoopWalk {
         if (reading.nesting_ >= kMaxLoopNesting)
             throw CException(L"Loops nested too deeply at loop over '" + variable.ToStd() + L"'");
         if (reading.nesting_ == 0) {
-            const std::uint64_t left = kMaxLoopRounds - reading.rounds_;
-            const std::uint64_t rounds = CountLoopRounds(loop, left);
-            if (rounds > left) {
-                std::wstring where = reading.file_.empty() ? L"" : L" in file '" + reading.file_ + L"'";
-                throw CException(L"Loops" + where + L" repeat more than " + std::to_wstring(kMaxLoopRounds) +
-                                 L" times at loop over '" + variable.ToStd() + L"'");
-            }
-            reading.rounds_ += rounds;
+            const SLoopCost left{kMaxLoopRounds - reading.rounds_, kMaxLoopBytes - reading.bytes_};
+            const SLoopCost cost = CountLoopCost(loop, left);
+            if (cost.rounds > left.rounds) Refuse(L" times", kMaxLoopRounds, variable);
+            if (cost.bytes > left.bytes) Refuse(L" bytes", kMaxLoopBytes, variable);
+            reading.rounds_ += cost.rounds;
+            reading.bytes_ += cost.bytes;
         }
         ++reading.nesting_;
     }
     ~SLoopWalk() { --reading.nesting_; }
+
+    [[noreturn]] void Refuse(const wchar_t* what, std::uint64_t limit, const KtWStr& variable) {
+        std::wstring where = reading.file_.empty() ? L"" : L" in file '" + reading.file_ + L"'";
+        throw CException(L"Loops" + where + L" repeat more than " + std::to_wstring(limit) + what +
+                         L" at loop over '" + variable.ToStd() + L"'");
+    }
     SLoopWalk(const SLoopWalk&) = delete;
     SLoopWalk& operator=(const SLoopWalk&) = delete;
 
@@ -178,26 +195,27 @@ void VisitChildren(const XMLNode& parent, const char* name, const Run& run) {
 CLoopReading::CLoopReading() : outer_(t_reading) { t_reading = this; }
 CLoopReading::~CLoopReading() { t_reading = outer_; }
 
-std::uint64_t CountLoopRounds(const XMLNode& loop, std::uint64_t limit) {
+SLoopCost CountLoopCost(const XMLNode& loop, const SLoopCost& limit) {
     // Depth first with a stack of its own, since a tree may nest as deep as
     // the parser allows. Each entry carries the rounds of the loops around it.
-    std::uint64_t total = 0;
+    SLoopCost cost;
     std::vector<std::pair<XMLNode, std::uint64_t>> pending;
     pending.emplace_back(loop, 1);
-    while (!pending.empty() && total <= limit) {
+    while (!pending.empty() && cost.rounds <= limit.rounds && cost.bytes <= limit.bytes) {
         auto [node, around] = std::move(pending.back());
         pending.pop_back();
+        cost.bytes += around * ElementBytes(node);
         const char* name = node.Name();
         if (IsFor(name) || IsForEach(name)) {
             const std::uint64_t rounds = IsFor(name) ? ForRounds(node) : ForEachRounds(node);
-            // Capped above the limit, so that the product can't overflow.
-            around = rounds == 0 ? 0 : std::min(around * rounds, limit + 1);
+            // Capped above the limit, so that no product overflows.
+            around = std::min(around * rounds, limit.rounds + 1);
             if (around == 0) continue;
-            total += around;
+            cost.rounds += around;
         }
         for (int i = node.ChildCount() - 1; i >= 0; --i) pending.emplace_back(node.ChildAtIndex(i), around);
     }
-    return total;
+    return cost;
 }
 
 void ForEachElement(const XMLNode& parent, const std::vector<const char*>& tags,

@@ -20,6 +20,11 @@ using LoopCallback = std::function<void(const XMLNode&, const ParameterMap&)>;
 // hours or fill the memory.
 constexpr std::uint64_t kMaxLoopRounds = 1000000;
 constexpr int kMaxLoopNesting = 16;
+// The text that the rounds of one reading read, each round its loop's body:
+// the names, attributes and texts of its elements, and at least 64 bytes an
+// element. It bounds the records a reading can make however large the body
+// of a loop is.
+constexpr std::uint64_t kMaxLoopBytes = std::uint64_t{128} << 20;
 
 // One reading of a document with its includes: the rounds its loops have
 // used so far and the file whose loops run now, for messages. Readings nest
@@ -39,15 +44,22 @@ public:
 private:
     friend struct SLoopWalk;
     CLoopReading* outer_;
+    CSubstitutionAllowance growth_;
     std::wstring file_;
     std::uint64_t rounds_ = 0;
+    std::uint64_t bytes_ = 0;
     int nesting_ = 0;
 };
 
-// The rounds that `loop` (a `for` or `foreach` element) and every loop inside
-// it would run, nested rounds counted; a loop that would be refused counts
-// none. Stops counting above `limit`.
-std::uint64_t CountLoopRounds(const XMLNode& loop, std::uint64_t limit);
+// What `loop` (a `for` or `foreach` element) and every loop inside it would
+// cost: their rounds, nested rounds counted, and the bytes those rounds
+// read. A loop that runs no round, or would be refused, costs nothing more.
+// Counting stops once either passes its limit.
+struct SLoopCost {
+    std::uint64_t rounds = 0;
+    std::uint64_t bytes = 0;
+};
+SLoopCost CountLoopCost(const XMLNode& loop, const SLoopCost& limit);
 
 // Calls `onElement` for the children of `parent` named in `tags` (the tags in
 // list order, each in document order), then runs every `for` child and then

@@ -64,6 +64,26 @@ void PushValue(std::wstring& pending, std::wstring_view value, SFlags flags) {
     }
 }
 
+thread_local CSubstitutionAllowance* t_allowance = nullptr;
+
+}  // namespace
+
+// The growth one substitution may have, and the charge of what it had.
+struct SGrowth {
+    static std::size_t Limit() {
+        const auto perCall = static_cast<std::size_t>(kMaxSubstitutionGrowth);
+        return t_allowance != nullptr && t_allowance->left_ < perCall ? t_allowance->left_ : perCall;
+    }
+    static void Charge(std::size_t grown) {
+        if (t_allowance != nullptr) t_allowance->left_ -= grown;
+    }
+};
+
+CSubstitutionAllowance::CSubstitutionAllowance() : outer_(t_allowance) { t_allowance = this; }
+CSubstitutionAllowance::~CSubstitutionAllowance() { t_allowance = outer_; }
+
+namespace {
+
 // Replaces the patterns of `work`, whose first '%' stands at `p`.
 KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters, const char* text) {
     // From here on `work` holds the finished text left of p, which is never
@@ -73,7 +93,8 @@ KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters,
     std::wstring pending;
     AppendReversed(pending, work.data() + p, work.data() + work.size());
     work.resize(p);
-    const std::size_t maxLength = p + pending.size() + static_cast<std::size_t>(kMaxSubstitutionGrowth);
+    const std::size_t length = p + pending.size();
+    const std::size_t maxLength = length + SGrowth::Limit();
     std::wstring name;
     int replacements = 0;
     while (!pending.empty()) {
@@ -106,6 +127,7 @@ KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters,
         AppendReversed(work, pending.data() + keep, pending.data() + pending.size());
         pending.resize(keep);
     }
+    if (work.size() > length) SGrowth::Charge(work.size() - length);
     return KtWStr(work);
 }
 

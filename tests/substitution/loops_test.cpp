@@ -152,6 +152,16 @@ TEST(ForEachElement, LoopsHaveABudgetAndANestingLimit) {
     EXPECT_EQ(Walk("<foreach substitute='i' set='" + std::string(1000000, '|') + "a'/>"), over);
     // Loops that run no round weigh nothing, nor do those inside them.
     EXPECT_EQ(Walk("<for substitute='i' first='2' last='1'>" + nested(2000, 2000) + "</for>"), "");
+    // The text that rounds read has a budget too, and so has the growth of
+    // all substitutions of a reading together.
+    EXPECT_EQ(Walk("<for substitute='i' first='1' last='1000'><bean name='" + std::string(200000, 'x') + "'/></for>"),
+              "error: Loops repeat more than 134217728 bytes at loop over 'i'");
+    const std::string grows = "<bean name='%s%%s%%s%%s%'/>";
+    std::string fiveTimes;
+    for (int i = 0; i < 5; ++i) fiveTimes += grows;
+    const std::string grown = Walk("<foreach substitute='s' set='" + std::string(1000000, 'x') + "'>" + fiveTimes + "</foreach>");
+    EXPECT_EQ(grown.size(), 4 * 4000001 + 52);  // four beans, then the refusal
+    EXPECT_EQ(grown.substr(grown.find("error")), "error: Substitution of '%s%%s%%s%%s%' grows too long");
     // Sixteen loops may nest; a seventeenth is refused.
     std::string deep = "<bean name='x'/>";
     for (int level = 16; level >= 1; --level)

@@ -25,6 +25,12 @@ struct SMaking {
 thread_local std::vector<SMaking> t_making;
 constexpr std::size_t kMaxRequestDepth = 256;
 
+// Beans made for the outermost request on this thread, and how many one
+// request may make: references that fan out make a number of objects that
+// grows with the power of the depth, and a request must end.
+thread_local std::uint64_t t_madeForRequest = 0;
+constexpr std::uint64_t kMaxBeansPerRequest = 1000000;
+
 // A request makes a bean only with this much stack left: enough for its own
 // frames, the wrapper's and a constructor's, so that a chain of references
 // ends in an empty result instead of running off the thread's stack.
@@ -199,6 +205,9 @@ BeanPair CBeanFactoryImpl::Request(const char* name, const SLibrary* library, bo
         if (t_making.size() >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
         if (platform::StackLeft() < kRequestStackReserve)
             return Fail(name, L"Requests nested too deeply for the thread's stack");
+        if (t_making.empty()) t_madeForRequest = 0;
+        if (++t_madeForRequest > kMaxBeansPerRequest)
+            return Fail(name, L"More than 1000000 beans made for one request");
         CMakingGuard making(this, name);
         return MakeBean(name, *bean, library);
     } catch (const CException& failure) {

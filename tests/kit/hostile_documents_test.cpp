@@ -12,6 +12,7 @@
 #include "support/temp_dir.h"
 #include "zem/class.h"
 #include "zem/container.h"
+#include "zem/diagnostics.h"
 
 namespace {
 
@@ -124,6 +125,31 @@ TEST_F(HostileDocuments, ReferenceChainsEndInAnEmptyLinkInsteadOfOverflowing) {
     EXPECT_GE(onSmallStack, 0);
     EXPECT_LT(onSmallStack, 256);
     EXPECT_EQ(length(container.GetBean("b200")), 56);  // the container still works
+}
+
+TEST_F(HostileDocuments, AFanOfReferencesEndsAtTheBudgetOfARequest) {
+    // Each level holds ten beans of the next: 10^7 objects for one request.
+    // After a million every further one comes back empty, and the request
+    // ends with its links cut.
+    std::string beans = "<bean name='l7' class='Link'/>";
+    for (int level = 0; level < 7; ++level) {
+        std::string properties;
+        for (int i = 0; i < 10; ++i)
+            properties += "<property name='Next'><ref bean='l" + std::to_string(level + 1) + "'/></property>";
+        beans += "<bean name='l" + std::to_string(level) + "' class='Link'><properties>" + properties +
+                 "</properties></bean>";
+    }
+    ZEM::CContainer container(Document(beans).c_str());
+    std::wstring reason;
+    ZEM::SetBeanFailureHandler(container.Factory(),
+                               [&](const char*, const std::wstring& why, const std::vector<std::string>&) {
+                                   if (reason.empty()) reason = why;
+                               });
+    EXPECT_NE(container.GetBean("l0"), nullptr);
+    EXPECT_EQ(reason, L"More than 1000000 beans made for one request");
+    reason.clear();
+    EXPECT_NE(container.GetBean("l2"), nullptr);  // a request of its own has a budget of its own
+    EXPECT_EQ(reason, L"");
 }
 
 }  // namespace

@@ -46,11 +46,11 @@ struct CConfigurationStore {
     KtMap<KtStr, ServiceList> services;                     // type id -> registrations
 
     // Where a name not bound yet is defined: the position in `libraries`,
-    // plus one, of the first library that holds it. Made at the second look-up of an
-    // unbound name, so that a library that fails to bind again and again
-    // costs no scan of every bean before the one asked for, and brought up
-    // to date with the records added since; `indexed` counts, per library,
-    // the beans it has seen.
+    // plus one, of the first library that holds it. Made at the second
+    // look-up of an unbound name, so that a library that fails to bind again
+    // and again costs no scan of every bean before the one asked for, and
+    // brought up to date with the records added since; `indexed` counts, per
+    // library, the beans it has seen.
     KtMap<KtStr, std::uint32_t> definitions;
     std::vector<std::size_t> indexed;
     std::uint32_t unboundLookups = 0;

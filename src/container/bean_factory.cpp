@@ -136,7 +136,9 @@ void CBeanFactoryImpl::LoadConfiguration(CConfiguration& configuration) {
 void CBeanFactoryImpl::CreateEagerBeans() {
     std::lock_guard<std::recursive_mutex> guard(lock_);
     struct SPass {
-        explicit SPass(CBeanFactoryImpl& factory) : factory(factory) { factory.configuration_->Store().makingEagerBeans = true; }
+        explicit SPass(CBeanFactoryImpl& owner) : factory(owner) {
+            factory.configuration_->Store().makingEagerBeans = true;
+        }
         // Bean code may have reset the factory meanwhile: the store now in
         // place is the one to tidy.
         ~SPass() {

@@ -5,6 +5,7 @@
 #include "config/document_reader.h"
 
 #include <filesystem>
+#include <new>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -86,6 +87,7 @@ void OpenFile(IBeanFactory* factory, std::wstring path, std::vector<SOpenFile>& 
 
     SXmlParseResult result;
     XMLNode root = ParseFile(fileSystemPath.c_str(), kRootName, &result);
+    if (result.error == XmlOutOfMemory) throw std::bad_alloc();
     if (result.error == XmlFileNotFound) throw CException(L"File '" + path + L"' not found");
     if (result.error != XmlNoError)
         throw CException(L"Error while parsing file '" + path + L"': " +
@@ -144,6 +146,7 @@ CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text) {
 
     SXmlParseResult result;
     XMLNode root = ParseText(text, kRootName, &result);
+    if (result.error == XmlOutOfMemory) throw std::bad_alloc();
     if (result.error != XmlNoError)
         throw CException(L"Error while parsing xml: " + DescribeParseError(result, kRootName));
 

@@ -59,7 +59,7 @@ XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* resul
 
     const auto size = static_cast<std::size_t>(end);
     std::unique_ptr<unsigned char, SBufferFree> buffer(static_cast<unsigned char*>(std::malloc(size + 4)));
-    if (buffer == nullptr) return Fail(result, XmlFileTooLarge);
+    if (buffer == nullptr) return Fail(result, XmlOutOfMemory);
     const std::size_t read = std::fread(buffer.get(), 1, size, file.file);
     if (read < size && std::ferror(file.file) != 0) return Fail(result, XmlFileNotFound);
     std::fclose(file.file);
@@ -109,7 +109,7 @@ XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* resul
             current = std::move(top);
         }
     } catch (const std::bad_alloc&) {
-        return Fail(result, XmlFileTooLarge);
+        return Fail(result, XmlOutOfMemory);
     }
 
     if (state.error > XmlNoTagFound) {

@@ -26,7 +26,8 @@ enum EXmlError : std::uint32_t {
     XmlCodeAbove255 = 13,
     XmlConversionFailed = 14,
     XmlTooDeep = 15,      // nesting beyond kXmlMaxDepth
-    XmlFileTooLarge = 16, // a file that can't be held in memory at once
+    XmlFileTooLarge = 16, // a file beyond the size the parser takes
+    XmlOutOfMemory = 17,  // memory ran out while the file was read or the tree built
 };
 
 // Elements nested deeper than this fail with XmlTooDeep.

@@ -304,129 +304,145 @@ char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state
     return DecodeCopy(text, length, state);
 }
 
-bool ParseElement(SXmlNodeData* node, SXmlParseState& state) {
+bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
+    // One loop for the whole subtree: opening a child descends into it, and
+    // an element that ends hands control back to its parent, which every
+    // record knows. So the nesting of a document costs no stack.
     // state.cursor is brought up to date before anything that reads it, and
     // before every return.
+    SXmlNodeData* node = top;
     const char* cursor = state.cursor;
     const char* const textEnd = state.end;
-    if (state.atStart) {
-        state.atStart = false;  // the top level: no start tag to read
-    } else {
-        const EStartTag end = ReadStartTag(node, state, cursor);
-        state.cursor = cursor;
-        switch (end) {
-            case StartTagOpen:
-                break;
-            case StartTagClosed:
-                ShrinkRecord(node);
-                return true;
-            case StartTagFailed:
-                return false;
-            case StartTagAtEnd:
-                return EndOfText(node, state);
-        }
-    }
-
-    // The content. Outside a tag only a '<' and the end of the text count;
-    // everything else (words, quotes, '=', '>') is pending text. Every token
-    // there ends before a '<' that begins a character, so the search for the
-    // next one can skip the tokens.
+    bool entering = true;  // `node` was just opened: its start tag comes first
     for (;;) {
-        const char* before = cursor;
-        const char* at = xml_scan::SkipSpaces(cursor, textEnd);
-        while (IsXmlSpace(*at)) ++at;
-        if (*at != '<' && *at != '\0') {
-            at = FindMark(at, textEnd);
-        } else if (state.pendingText == before) {
-            state.pendingText = nullptr;  // only white space since the last tag: nothing to store
-        }
-        SXmlToken token;
-        if (at[0] == '<' && IsPlainStart(at[1]) && at[1] != '!' && at[1] != '?' && at[1] != 'P') {
-            // The usual: a start tag with its name right behind the '<'.
-            cursor = at + 1;
-            token = SXmlToken{TokenTagStart, at, 1, nullptr};
-        } else {
-            cursor = at;
-            token = NextXmlToken(cursor, textEnd);
-        }
-        switch (token.kind) {
-            case TokenEnd:
+        // Set when `node` is complete; false from a failure stops everything,
+        // as no element around it has more to do then.
+        bool complete = false;
+        if (entering) {
+            entering = false;
+            if (state.atStart) {
+                state.atStart = false;  // the top level: no start tag to read
+            } else {
+                const EStartTag end = ReadStartTag(node, state, cursor);
                 state.cursor = cursor;
-                return EndOfText(node, state);
+                if (end == StartTagFailed) return false;
+                if (end == StartTagAtEnd) return EndOfText(node, state);
+                if (end == StartTagClosed) {
+                    ShrinkRecord(node);
+                    complete = true;
+                }
+            }
+        }
 
-            case TokenTagStart:
-            case TokenDeclarationStart: {
-                if (!StorePendingText(node, state, token.start)) {
+        // The content. Outside a tag only a '<' and the end of the text count;
+        // everything else (words, quotes, '=', '>') is pending text. Every
+        // token there ends before a '<' that begins a character, so the search
+        // for the next one can skip the tokens.
+        while (!complete && !entering) {
+            const char* before = cursor;
+            const char* at = xml_scan::SkipSpaces(cursor, textEnd);
+            while (IsXmlSpace(*at)) ++at;
+            if (*at != '<' && *at != '\0') {
+                at = FindMark(at, textEnd);
+            } else if (state.pendingText == before) {
+                state.pendingText = nullptr;  // only white space since the last tag: nothing to store
+            }
+            SXmlToken token;
+            if (at[0] == '<' && IsPlainStart(at[1]) && at[1] != '!' && at[1] != '?' && at[1] != 'P') {
+                // The usual: a start tag with its name right behind the '<'.
+                cursor = at + 1;
+                token = SXmlToken{TokenTagStart, at, 1, nullptr};
+            } else {
+                cursor = at;
+                token = NextXmlToken(cursor, textEnd);
+            }
+            switch (token.kind) {
+                case TokenEnd:
                     state.cursor = cursor;
-                    return false;
-                }
-                at = cursor;
-                const SXmlToken name =
-                    IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
-                state.cursor = cursor;
-                if (name.kind != TokenText) {
-                    state.error = XmlMissingTagName;
-                    return false;
-                }
-                if (state.depth >= kXmlMaxDepth) {
-                    state.error = XmlTooDeep;
-                    state.cursor = token.start;
-                    return false;
-                }
-                SXmlNodeData* child = OpenChild(node, state, token, name);
-                ++state.depth;
-                const bool complete = ParseElement(child, state);
-                --state.depth;
-                cursor = state.cursor;
-                if (!complete) return false;
-                if (state.endTagLength != 0) {
-                    // An end tag that didn't match closes every element up
-                    // to the one it names; the top node has none to offer.
-                    if (node->name == nullptr) {
-                        state.error = XmlUnmatchedEndTag;
+                    return EndOfText(node, state);
+
+                case TokenTagStart:
+                case TokenDeclarationStart: {
+                    if (!StorePendingText(node, state, token.start)) {
+                        state.cursor = cursor;
                         return false;
                     }
-                    if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;
-                    ShrinkRecord(node);
-                    return true;
-                }
-                break;
-            }
-
-            case TokenTagEnd: {
-                if (!StorePendingText(node, state, token.start)) {
+                    at = cursor;
+                    const SXmlToken name =
+                        IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
                     state.cursor = cursor;
+                    if (name.kind != TokenText) {
+                        state.error = XmlMissingTagName;
+                        return false;
+                    }
+                    if (state.depth >= kXmlMaxDepth) {
+                        state.error = XmlTooDeep;
+                        state.cursor = token.start;
+                        return false;
+                    }
+                    node = OpenChild(node, state, token, name);
+                    ++state.depth;
+                    entering = true;
+                    break;
+                }
+
+                case TokenTagEnd: {
+                    if (!StorePendingText(node, state, token.start)) {
+                        state.cursor = cursor;
+                        return false;
+                    }
+                    const SXmlToken name = NextXmlToken(cursor, textEnd);
+                    const bool closed = name.kind == TokenText && NextXmlToken(cursor, textEnd).kind == TokenTagClose;
+                    state.cursor = cursor;
+                    if (!closed) {
+                        state.error = XmlMissingEndTagName;
+                        return false;
+                    }
+                    state.pendingText = cursor;
+                    if (!NameMatches(node, name.start, name.length)) {
+                        state.error = XmlMissingEndTag;
+                        state.missingEndTag = cursor;
+                        state.endTag = name.start;
+                        state.endTagLength = static_cast<std::uint32_t>(name.length);
+                    }
+                    ShrinkRecord(node);
+                    complete = true;
+                    break;
+                }
+
+                case TokenClear: {
+                    state.cursor = cursor;
+                    if (!StorePendingText(node, state, token.start)) return false;
+                    const bool read = ReadClear(node, state, token.mark);
+                    cursor = state.cursor;
+                    if (!read) return false;
+                    break;
+                }
+
+                default:
+                    break;  // not reached: only marks begin with '<'
+            }
+        }
+        if (entering) continue;
+
+        // `node` is complete: back to its parent, which an end tag that
+        // didn't match may close too, up to the element it names; the top
+        // node has none to offer.
+        while (complete) {
+            if (node == top) return true;
+            node = node->parent;
+            --state.depth;
+            cursor = state.cursor;
+            complete = false;
+            if (state.endTagLength != 0) {
+                if (node->name == nullptr) {
+                    state.error = XmlUnmatchedEndTag;
                     return false;
                 }
-                const SXmlToken name = NextXmlToken(cursor, textEnd);
-                const bool closed = name.kind == TokenText && NextXmlToken(cursor, textEnd).kind == TokenTagClose;
-                state.cursor = cursor;
-                if (!closed) {
-                    state.error = XmlMissingEndTagName;
-                    return false;
-                }
-                state.pendingText = cursor;
-                if (!NameMatches(node, name.start, name.length)) {
-                    state.error = XmlMissingEndTag;
-                    state.missingEndTag = cursor;
-                    state.endTag = name.start;
-                    state.endTagLength = static_cast<std::uint32_t>(name.length);
-                }
+                if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;
                 ShrinkRecord(node);
-                return true;
+                complete = true;
             }
-
-            case TokenClear: {
-                state.cursor = cursor;
-                if (!StorePendingText(node, state, token.start)) return false;
-                const bool read = ReadClear(node, state, token.mark);
-                cursor = state.cursor;
-                if (!read) return false;
-                break;
-            }
-
-            default:
-                break;  // not reached: only marks begin with '<'
         }
     }
 }

@@ -1,5 +1,6 @@
 // The forgiving single-pass parser behind ParseText: it turns zero-terminated
-// UTF-8 into a tree of node records, one level of recursion per element. It
+// UTF-8 into a tree of node records, walking down and up the tree it builds
+// instead of recursing, so that no nesting can exhaust the stack. It
 // never throws a parse error: it leaves a code in its state and unwinds by
 // returning false. ParseText (xml_document.cpp) is its one caller.
 #pragma once
@@ -73,8 +74,8 @@ struct SXmlParseState {
 // made before for the same bytes, or a new one. Throws std::bad_alloc.
 char* StoreName(const char* text, std::size_t length, SXmlParseState& state);
 
-// Reads the content of `node` until the element ends. True: the element is
-// complete. False: stop; state.error may hold the reason, or the text ended.
+// Reads the content of `node`, with all its descendants, until the element
+// ends. True: the element is complete. False: stop; state.error may hold the reason, or the text ended.
 // Throws std::bad_alloc when memory runs out.
 bool ParseElement(SXmlNodeData* node, SXmlParseState& state);
 

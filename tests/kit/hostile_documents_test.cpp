@@ -32,6 +32,12 @@ protected:
     static void SetUpTestSuite() { ZEM::RegisterClass<BindLink>("Link"); }
 };
 
+std::string Repeat(const std::string& text, int times) {
+    std::string out;
+    for (int i = 0; i < times; ++i) out += text;
+    return out;
+}
+
 std::string Document(const std::string& beans) { return "<zem><library><beans>" + beans + "</beans></library></zem>"; }
 
 // `levels` inner beans, each the property of the one around it.
@@ -62,11 +68,13 @@ TEST_F(HostileDocuments, DeepDocumentsLoadOrAreRefusedOnASmallStack) {
         std::string text;
         std::wstring message;
     } cases[] = {
+        // As deep as the parser goes, in elements the readers pass by.
+        {"<zem>" + Repeat("<a>", 998) + Repeat("</a>", 998) + "</zem>", L""},
         {Document(InnerBeans(16)), L""},
         {Document(InnerBeans(17)), L"Inner beans nested too deeply in bean 'top'"},
-        {Document(InnerBeans(40)), L"Inner beans nested too deeply in bean 'top'"},
+        {Document(InnerBeans(300)), L"Inner beans nested too deeply in bean 'top'"},
         {Document(NestedLoops(16)), L""},
-        {Document(NestedLoops(40)), L"Loops nested too deeply at loop over 'v16'"},
+        {Document(NestedLoops(200)), L"Loops nested too deeply at loop over 'v16'"},
         // The deepest reading the limits allow: inner beans inside every loop.
         {Document(NestedLoops(16).replace(NestedLoops(16).find("<bean"), 29, InnerBeans(16))), L""},
     };

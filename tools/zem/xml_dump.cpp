@@ -64,6 +64,8 @@ const char* ErrorName(std::uint32_t code) {
             return "nested too deep";
         case ZEM::XmlFileTooLarge:
             return "file too large";
+        case ZEM::XmlOutOfMemory:
+            return "out of memory";
         default:
             return "error";
     }

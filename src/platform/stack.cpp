@@ -11,28 +11,33 @@ namespace ZEM::platform {
 
 namespace {
 
-constexpr std::uintptr_t kUnknown = 0;
+// The thread's stack as the thread library knows it; empty if unknown.
+struct SStackBounds {
+    std::uintptr_t low = 0;
+    std::uintptr_t high = 0;
+};
 
-// The lowest usable address of this thread's stack, or kUnknown.
-std::uintptr_t FindStackLow() noexcept {
+SStackBounds FindStackBounds() noexcept {
     pthread_attr_t attributes;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return kUnknown;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return {};
     void* low = nullptr;
     std::size_t size = 0;
     const bool known = pthread_attr_getstack(&attributes, &low, &size) == 0 && size != 0;
     pthread_attr_destroy(&attributes);
-    return known ? reinterpret_cast<std::uintptr_t>(low) : kUnknown;
+    if (!known) return {};
+    const auto start = reinterpret_cast<std::uintptr_t>(low);
+    return {start, start + size};
 }
 
 }  // namespace
 
 std::size_t StackLeft() noexcept {
-    // 1 marks "not asked yet" (no stack starts at address 1).
-    thread_local std::uintptr_t low = 1;
-    if (low == 1) low = FindStackLow();
+    thread_local const SStackBounds bounds = FindStackBounds();
     const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    if (low == kUnknown || here <= low) return low == kUnknown ? std::numeric_limits<std::size_t>::max() : 0;
-    return here - low;
+    // A frame outside the thread's stack runs on a stack of the host's own
+    // (a fiber or coroutine), whose size the library can't know.
+    if (here <= bounds.low || here > bounds.high) return std::numeric_limits<std::size_t>::max();
+    return here - bounds.low;
 }
 
 }  // namespace ZEM::platform

@@ -8,7 +8,8 @@
 namespace ZEM::platform {
 
 // Bytes between the caller's frame and the lowest address of the thread's
-// stack; the largest size_t if the thread's stack can't be found out.
+// stack; the largest size_t if the thread's stack can't be found out, or the
+// caller runs on another stack (a fiber's).
 std::size_t StackLeft() noexcept;
 
 }  // namespace ZEM::platform

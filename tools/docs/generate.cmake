@@ -100,6 +100,7 @@ ${exit_status}
 .I /usr/share/zem/zem.xsd
 the XML Schema of the configuration format, for editors (libzem\\-dev)
 .SH SEE ALSO
+.BR xmllint (1),
 .BR pkg\\-config (1)
 ")
 

@@ -5,6 +5,9 @@
 #   ./build.sh asan    the same tests under AddressSanitizer + UBSan
 #   ./build.sh tsan    the concurrency tests under ThreadSanitizer
 #   ./build.sh bench   build the benchmarks (run them from build-bench/bench/)
+#   ./build.sh package the Debian packages libzem0, libzem-dev and zem-tools
+#                      (in build-package/packages/), each checked by building
+#                      the README's host against their unpacked contents
 # Missing build tools are installed with apt-get when run as root.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -23,6 +26,12 @@ need_packages() {
         case "$extra" in
             clang) command -v clang++ >/dev/null 2>&1 || missing+=(clang) ;;
             libclang-rt) dpkg -s libclang-rt-14-dev >/dev/null 2>&1 || missing+=(libclang-rt-14-dev) ;;
+            # The schema tests validate documents with xmllint; the package
+            # tests build a host with pkg-config, as the README shows.
+            xmllint) command -v xmllint >/dev/null 2>&1 || missing+=(libxml2-utils) ;;
+            pkg-config) command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config) ;;
+            # dpkg-shlibdeps works out the packages' dependencies on the C and C++ runtimes.
+            dpkg-dev) command -v dpkg-shlibdeps >/dev/null 2>&1 || missing+=(dpkg-dev) ;;
         esac
     done
     if [ ${#missing[@]} -gt 0 ]; then
@@ -52,12 +61,12 @@ case "${1:-test}" in
         ./build/examples/demo
         ;;
     test)
-        need_packages
+        need_packages xmllint pkg-config
         configure_and_build default
         run_tests build
         ;;
     asan)
-        need_packages
+        need_packages xmllint pkg-config
         configure_and_build asan
         ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 \
         UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -73,12 +82,23 @@ case "${1:-test}" in
         need_packages
         configure_and_build bench
         ;;
+    package)
+        need_packages dpkg-dev pkg-config
+        configure_and_build package
+        rm -rf build-package/packages
+        (cd build-package && cpack -G DEB -B packages >/dev/null)
+        rm -rf build-package/packages/_CPack_Packages
+        cmake -DMODE=deb -DDEB_DIR="$PWD/build-package/packages" -DCONSUMER_DIR="$PWD/tests/package/consumer" \
+              -DREADME="$PWD/README.md" -DWORK_DIR="$PWD/build-package/check" \
+              -P tests/package/build_hosts.cmake
+        ls build-package/packages/*.deb
+        ;;
     fuzz)
         need_packages clang libclang-rt
         fuzz/run.sh "${2:-60}"
         ;;
     *)
-        echo "usage: $0 demo|test|asan|tsan|bench|fuzz [seconds]" >&2
+        echo "usage: $0 demo|test|asan|tsan|bench|fuzz [seconds]|package" >&2
         exit 2
         ;;
 esac

@@ -59,9 +59,9 @@ struct CConfigurationStore {
     // libraries that could not be loaded: each of their beans fails at once
     // instead of searching the loader's path again. A library missing at the
     // start of that short pass is taken as missing to its end; later
-    // requests try it again.
+    // requests try it again. Each path with the loader's reason.
     bool makingEagerBeans = false;
-    std::vector<std::string> unloadable;
+    std::vector<std::pair<std::string, std::string>> unloadable;
 };
 
 // The owning handle of a store; movable, not copyable.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "container/lifecycle.h"
+#include "library/library.h"
 #include "foundation/string_convert.h"
 #include "platform/stack.h"
 #include "zem/exception.h"
@@ -212,6 +213,8 @@ BeanPair CBeanFactoryImpl::Request(const char* name, const SLibrary* library, bo
             return Fail(name, L"More than 1000000 beans made for one request");
         CMakingGuard making(this, name);
         return MakeBean(name, *bean, library);
+    } catch (const CLoadFailure& failure) {
+        return FailToLoad(name, failure);
     } catch (const CException& failure) {
         return Fail(name, failure.GetMessageW());
     } catch (const std::exception& failure) {
@@ -273,6 +276,16 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     }
     InstanceCensus().Add(name, object.get());
     return {std::move(classWrapper), std::move(object)};
+}
+
+BeanPair CBeanFactoryImpl::FailToLoad(const char* name, const CLoadFailure& failure) noexcept {
+    if (!failureHandler_) return {};
+    try {
+        return Fail(name, failure.GetMessageW() + L" (" + Widen(failure.Reason()) + L")");
+    } catch (...) {
+        // No memory for the longer text: the message alone.
+        return Fail(name, failure.GetMessageW());
+    }
 }
 
 BeanPair CBeanFactoryImpl::FailQuietly(const char* name, const char* what) noexcept {

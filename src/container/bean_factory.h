@@ -20,6 +20,7 @@
 
 namespace ZEM {
 
+class CLoadFailure;
 
 class CBeanFactoryImpl final : public IBeanFactory {
 public:
@@ -74,6 +75,8 @@ private:
     // Tells the failure handler why a request gives up; the empty pair.
     BeanPair Fail(const char* name, const std::wstring& reason);
     BeanPair FailQuietly(const char* name, const char* what) noexcept;
+    // The message with the loader's reason behind it, for the handler alone.
+    BeanPair FailToLoad(const char* name, const CLoadFailure& failure) noexcept;
 
     std::recursive_mutex lock_;
     std::unique_ptr<CConfiguration> configuration_;

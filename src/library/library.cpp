@@ -14,9 +14,13 @@ namespace ZEM {
 
 ILibrary::~ILibrary() = default;
 
+CLoadFailure::CLoadFailure(const std::string& path, std::string reason)
+    : CException(Message(L"Could not load library '", path, L"'")), reason_(std::move(reason)) {}
+
 CDynamicLibrary::CDynamicLibrary(const char* path) : module_(nullptr), path_(path != nullptr ? path : "") {
-    module_ = platform::LoadModule(path_.c_str());
-    if (module_ == nullptr) throw CException(Message(L"Could not load library '", path_, L"'"));
+    std::string reason;
+    module_ = platform::LoadModule(path_.c_str(), &reason);
+    if (module_ == nullptr) throw CLoadFailure(path_, std::move(reason));
 }
 
 void* CDynamicLibrary::GetSymbol(const char* name) const { return platform::FindSymbol(module_, name); }
@@ -80,12 +84,12 @@ void BindLibrary(CConfiguration& configuration, SLibrary* library) {
         }
     }
     if (module == nullptr) {
-        for (const std::string& path : store.unloadable)
-            if (path == library->path) throw CException(Message(L"Could not load library '", path, L"'"));
+        for (const auto& [path, reason] : store.unloadable)
+            if (path == library->path) throw CLoadFailure(path, reason);
         try {
             store.loadedLibraries.push_back(std::make_unique<CDynamicLibrary>(library->path.c_str()));
-        } catch (const CException&) {
-            if (store.makingEagerBeans) store.unloadable.push_back(library->path);
+        } catch (const CLoadFailure& failure) {
+            if (store.makingEagerBeans) store.unloadable.emplace_back(library->path, failure.Reason());
             throw;
         }
         module = store.loadedLibraries.back().get();

@@ -8,6 +8,7 @@
 #include "config/configuration.h"
 #include "foundation/kt_map.h"
 #include "foundation/kt_singleton.h"
+#include "zem/exception.h"
 #include "zem/library.h"
 #include "zem/object.h"
 
@@ -22,10 +23,21 @@ public:
     virtual void* GetSymbol(const char* name) const = 0;
 };
 
+// "Could not load library '...'", the failure that hosts see, carrying the
+// loader's reason for the failure handler, which tells it in parentheses.
+class CLoadFailure : public CException {
+public:
+    CLoadFailure(const std::string& path, std::string reason);
+    const std::string& Reason() const { return reason_; }
+
+private:
+    std::string reason_;
+};
+
 // A class library loaded from a path; the module itself is never unloaded.
 class CDynamicLibrary : public ILibrary {
 public:
-    // Loads at once; throws "Could not load library '...'".
+    // Loads at once; throws CLoadFailure.
     explicit CDynamicLibrary(const char* path);
     const char* GetPath() const override { return path_.c_str(); }
     void* GetSymbol(const char* name) const override;

@@ -32,10 +32,16 @@ bool IsExecutable(const char* path) {
 
 }  // namespace
 
-void* LoadModule(const char* path) {
-    if (path == nullptr || *path == '\0') return nullptr;
-    if (IsExecutable(path)) return ::dlopen(nullptr, RTLD_NOW);
-    return ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
+void* LoadModule(const char* path, std::string* reason) {
+    void* module = nullptr;
+    if (path != nullptr && *path != '\0')
+        module = IsExecutable(path) ? ::dlopen(nullptr, RTLD_NOW) : ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    if (module == nullptr && reason != nullptr) {
+        // The text lives in the loader's per-thread buffer until its next call.
+        const char* text = ::dlerror();
+        *reason = text != nullptr ? text : "empty path";
+    }
+    return module;
 }
 
 void* FindSymbol(void* module, const char* name) {

@@ -10,8 +10,8 @@ namespace ZEM::platform {
 std::string ExecutablePath();
 
 // Loads a module by path; the executable's own path gives the running program.
-// Null on failure.
-void* LoadModule(const char* path);
+// Null on failure, with the loader's reason in `reason` if given.
+void* LoadModule(const char* path, std::string* reason = nullptr);
 
 // The address of `name` in `module`, or null.
 void* FindSymbol(void* module, const char* name);

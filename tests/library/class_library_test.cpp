@@ -1,6 +1,7 @@
 // Class libraries: loading and binding at the first need, maker symbols, the
 // local library, and this executable as a class library of its own.
 #include "fixtures/common/recording_wrapper.h"
+#include "foundation/string_convert.h"
 #include "library/library.h"
 #include "support/records.h"
 #include "support/temp_dir.h"
@@ -118,17 +119,25 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
     EXPECT_EQ(std::string(ZEM::LocalLibrary().GetTypeId("IRegistered")), "zem.test.IRegistered");
 }
 
-// No file, or no shared object: the load message, and nothing is kept.
+// No file, or no shared object: the load message, with the loader's reason
+// for the failure handler, and nothing is kept.
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
-    for (const std::string& path : {temp.Path("libmissing.so"), notAModule, std::string()}) {
+    const std::pair<std::string, std::string> cases[] = {
+        {temp.Path("libmissing.so"), " (" + temp.Path("libmissing.so") + ": cannot open shared object file"},
+        {notAModule, " (" + notAModule + ": "},
+        {std::string(), " (empty path)"}};
+    for (const auto& [path, reason] : cases) {
         SCOPED_TRACE(path);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
         Failures failures(*factory);
         Load(*factory, {{path, {Bean("w", "Widget")}}});
         EXPECT_FALSE(factory->GetBean("w", nullptr));
-        EXPECT_EQ(failures.Take(), Lines{"w: Could not load library '" + path + "'"});
+        EXPECT_EQ(MessageOf([&] { factory->Exists("w"); }), ZEM::Widen("Could not load library '" + path + "'"));
+        const Lines told = failures.Take();
+        ASSERT_EQ(told.size(), 1u);
+        EXPECT_EQ(told[0].rfind("w: Could not load library '" + path + "'" + reason, 0), 0u) << told[0];
         EXPECT_TRUE(factory->Configuration().Store().loadedLibraries.empty());
         EXPECT_EQ(factory->Configuration().Store().beanTypes.Size(), 0u);
     }
@@ -138,7 +147,8 @@ TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
     Failures failures(*factory);
     Load(*factory, {{later, {Bean("a", "Widget").Eager(), Bean("b", "Widget").Eager()}}});
-    const std::string message = ": Could not load library '" + later + "'";
+    const std::string message =
+        ": Could not load library '" + later + "' (" + later + ": cannot open shared object file: No such file or directory)";
     EXPECT_EQ(failures.Take(), (Lines{"a" + message, "b" + message}));
     std::filesystem::copy_file(RecordingLibrary(), later);
     EXPECT_TRUE(factory->GetBean("b", nullptr));

@@ -20,7 +20,8 @@ constexpr const char* kHelp =
     "Loads each FILE into a private container as a host does: its includes,\n"
     "the class libraries it needs, and its eager beans. Prints\n"
     "  FILE: ok (N beans in M libraries, K services)\n"
-    "or FILE: followed by the library's own message. A bean request that fails\n"
+    "or FILE: followed by the library's own message (for a class library that\n"
+    "can't be loaded, the loader's reason follows it). A bean request that fails\n"
     "while eager beans are made gives a host no word; check prints each such\n"
     "failure on a line of its own and counts it as an error.\n"
     "\n"
@@ -33,7 +34,7 @@ bool CheckOne(const std::string& file, bool eager) {
     try {
         session.Load(file, eager);
     } catch (const ZEM::CException& error) {
-        std::cout << file << ": " << Utf8(error.GetMessageW()) << "\n";
+        std::cout << file << ": " << FailureText(error) << "\n";
         return false;
     }
     const std::vector<SDroppedFailure> failures = session.TakeFailures();

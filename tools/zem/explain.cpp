@@ -31,6 +31,8 @@ constexpr const char* kHelp =
     "second form names the deepest failure among the references and dependencies\n"
     "that the bean's making requested, with the chain of beans that led to it.\n"
     "Other failures dropped during the request follow, each on a line \"also:\".\n"
+    "A class library that could not be loaded is told with the loader's reason;\n"
+    "for a path without a '/', a line \"hint:\" says where the loader looks.\n"
     "\n"
     "options:\n"
     "  --no-eager   make no eager beans before the request\n";
@@ -41,6 +43,24 @@ void PrintOthers(const std::vector<SDroppedFailure>& failures, std::initializer_
     for (std::size_t i = 0; i < failures.size(); ++i)
         if (std::find(told.begin(), told.end(), i) == told.end())
             std::cout << "  also: " << DescribeFailure(failures[i], index) << "\n";
+}
+
+// A library path without a slash goes to the loader's search path, never to
+// the folder of the configuration: the usual surprise behind a missing library.
+void HintLoaderPath(const std::vector<SDroppedFailure>& failures) {
+    static const std::string kPrefix = "Could not load library '";
+    for (const SDroppedFailure& failure : failures) {
+        const std::string& reason = failure.reason;
+        if (reason.rfind(kPrefix, 0) != 0) continue;
+        std::size_t end = reason.find("' (", kPrefix.size());
+        if (end == std::string::npos) end = reason.size() - 1;
+        const std::string path = reason.substr(kPrefix.size(), end - kPrefix.size());
+        if (path.find('/') != std::string::npos) continue;
+        std::cout << "  hint: '" << path
+                  << "' has no '/': the loader searches LD_LIBRARY_PATH, the program's run path and the system's "
+                     "library folders for it, not the folder of the configuration\n";
+        return;
+    }
 }
 
 // A cycle through `entry`, if it stands in one.
@@ -75,6 +95,7 @@ int RunExplain(const Args& args) {
         if (entry != kNoEntry) std::cout << " (class " << index.Entries()[entry].bean->className << ")";
         std::cout << "\n";
         PrintOthers(failures, {}, index);
+        HintLoaderPath(failures);
         if (!cycle.empty()) std::cout << "  cycle: " << cycle << "\n";
         return kExitOk;
     }
@@ -101,6 +122,7 @@ int RunExplain(const Args& args) {
     if (own == failures.size()) {
         std::cout << name << ": gave nothing\n";
         PrintOthers(failures, {}, index);
+        HintLoaderPath(failures);
         return kExitFinding;
     }
     std::size_t cause = own;
@@ -120,6 +142,7 @@ int RunExplain(const Args& args) {
     if (cause != own) std::cout << "; before that " << DescribeFailure(failures[cause], index);
     std::cout << "\n";
     PrintOthers(failures, {own, cause}, index);
+    HintLoaderPath(failures);
     if (!cycle.empty()) std::cout << "  cycle: " << cycle << "\n";
     return kExitFinding;
 }

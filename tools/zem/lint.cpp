@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "cli.h"
+#include "grammar.h"
 #include "foundation/string_convert.h"
 #include "lint.h"
 #include "session.h"
@@ -38,11 +39,6 @@ constexpr const char* kHelp =
     "           makers, properties without declared types, values whose type\n"
     "           differs from the declared one, interfaces without a type id;\n"
     "           a library without a path is the host program and is skipped\n";
-
-const char* const kTypeNames[] = {
-    "bool",     "char",  "int8_t",      "unsigned char", "uint8_t",        "short", "int16_t",       "unsigned short",
-    "uint16_6", "int",   "int32_t",     "unsigned int",  "uint32_t",       "long",  "unsigned long", "float",
-    "double",   "char*", "const char*", "wchar_t*",      "const wchar_t*", "bean",  "service",       "nullptr"};
 
 SSpot ArgumentSpot(const SBeanSpots* spots, bool inProperty, std::size_t property, std::size_t argument) {
     if (spots == nullptr) return {};

@@ -9,140 +9,18 @@
 #include <vector>
 
 #include "cli.h"
+#include "grammar.h"
 #include "lint.h"
 
 namespace zemcli {
 
 namespace {
 
-enum class EPlace {
-    Root,
-    Include,
-    Library,
-    Beans,
-    Bean,
-    InnerBean,
-    ConstructorArg,
-    Properties,
-    Property,
-    Arguments,
-    Argument,
-    Value,
-    Nullptr,
-    Ref,
-    Provides,
-    Interface,
-    DependsOn,
-    BeanName,
-    For,
-    Foreach,
-};
-
-struct SChildRule {
-    const char* name;
-    EPlace place;
-    bool firstOnly;
-};
-
 // The rule for a child called `name` (lower case), or null if none stands here.
 const SChildRule* FindRule(const std::vector<SChildRule>& rules, const std::string& name) {
     for (const SChildRule& rule : rules)
         if (name == rule.name) return &rule;
     return nullptr;
-}
-
-struct SPlaceRule {
-    std::vector<const char*> attributes;
-    std::vector<SChildRule> children;
-    bool readsText;
-};
-
-const std::vector<const char*> kBeanAttributes{"name",        "class",      "singleton",    "lazy",
-                                               "exported",    "autoname",   "factory-bean", "factory-method",
-                                               "init-method", "exit-method"};
-const std::vector<SChildRule> kBeanChildren{{"constructor-arg", EPlace::ConstructorArg, true},
-                                            {"properties", EPlace::Properties, true},
-                                            {"provides", EPlace::Provides, true},
-                                            {"depends-on", EPlace::DependsOn, true}};
-// The value forms in the order in which the readers look for them.
-const std::vector<SChildRule> kValueForms{{"value", EPlace::Value, true},
-                                          {"nullptr", EPlace::Nullptr, true},
-                                          {"ref", EPlace::Ref, true},
-                                          {"bean", EPlace::InnerBean, true}};
-
-const SPlaceRule& Rule(EPlace place) {
-    static const SPlaceRule kNone{{}, {}, false};
-    static const SPlaceRule kRoot{
-        {}, {{"include", EPlace::Include, false}, {"library", EPlace::Library, false}}, false};
-    static const SPlaceRule kInclude{{"path"}, {}, false};
-    static const SPlaceRule kLibrary{{"path"}, {{"beans", EPlace::Beans, true}}, false};
-    static const SPlaceRule kBeans{{},
-                                   {{"bean", EPlace::Bean, false},
-                                    {"service", EPlace::Bean, false},
-                                    {"for", EPlace::For, false},
-                                    {"foreach", EPlace::Foreach, false}},
-                                   false};
-    static const SPlaceRule kBean{kBeanAttributes, kBeanChildren, false};
-    static const SPlaceRule kInnerBean{
-        {"class", "autoname", "factory-bean", "factory-method", "init-method", "exit-method"}, kBeanChildren, false};
-    static const SPlaceRule kConstructorArg{{}, {{"argument", EPlace::Argument, false}}, false};
-    static const SPlaceRule kProperties{
-        {},
-        {{"property", EPlace::Property, false}, {"for", EPlace::For, false}, {"foreach", EPlace::Foreach, false}},
-        false};
-    static const SPlaceRule kProperty{{"name"}, {}, false};
-    static const SPlaceRule kArguments{{}, {{"argument", EPlace::Argument, false}}, false};
-    static const SPlaceRule kValue{{"type"}, {}, true};
-    static const SPlaceRule kRef{{"bean", "service"}, {}, false};
-    static const SPlaceRule kProvides{
-        {},
-        {{"interface", EPlace::Interface, false}, {"for", EPlace::For, false}, {"foreach", EPlace::Foreach, false}},
-        false};
-    static const SPlaceRule kText{{}, {}, true};
-    static const SPlaceRule kDependsOn{{}, {{"bean-name", EPlace::BeanName, false}}, false};
-    static const SPlaceRule kFor{{"first", "last", "inc", "substitute"}, {}, false};
-    static const SPlaceRule kForeach{{"set", "substitute"}, {}, false};
-    switch (place) {
-        case EPlace::Root:
-            return kRoot;
-        case EPlace::Include:
-            return kInclude;
-        case EPlace::Library:
-            return kLibrary;
-        case EPlace::Beans:
-            return kBeans;
-        case EPlace::Bean:
-            return kBean;
-        case EPlace::InnerBean:
-            return kInnerBean;
-        case EPlace::ConstructorArg:
-            return kConstructorArg;
-        case EPlace::Properties:
-            return kProperties;
-        case EPlace::Property:
-            return kProperty;
-        case EPlace::Arguments:
-            return kArguments;
-        case EPlace::Value:
-            return kValue;
-        case EPlace::Ref:
-            return kRef;
-        case EPlace::Provides:
-            return kProvides;
-        case EPlace::Interface:
-        case EPlace::BeanName:
-            return kText;
-        case EPlace::DependsOn:
-            return kDependsOn;
-        case EPlace::For:
-            return kFor;
-        case EPlace::Foreach:
-            return kForeach;
-        case EPlace::Argument:
-        case EPlace::Nullptr:
-            return kNone;
-    }
-    return kNone;
 }
 
 // Where a word of the format is read, for a misplaced element.
@@ -251,7 +129,9 @@ private:
         for (int i = 0; i < node.AttributeCount(); ++i) {
             const char* written = node.AttributeNameAt(i);
             const std::string name = Lower(written);
-            if (name == "xmlns" || name.rfind("xmlns:", 0) == 0) continue;
+            // Namespace declarations and the schema-instance attributes that
+            // point an editor at the schema are for other tools.
+            if (name == "xmlns" || name.rfind("xmlns:", 0) == 0 || name.rfind("xsi:", 0) == 0) continue;
             const bool read =
                 std::find_if(known.begin(), known.end(), [&](const char* word) { return name == word; }) != known.end();
             if (!read) {
@@ -321,12 +201,11 @@ private:
             decides = node.NextChild("arguments");
             decidingName = "arguments";
         }
-        for (std::size_t f = 0; decides.IsEmpty() && f < kValueForms.size(); ++f) {
-            decides = node.NextChild(kValueForms[f].name);
-            decidingName = kValueForms[f].name;
+        for (std::size_t f = 0; decides.IsEmpty() && f < zemcli::ValueForms().size(); ++f) {
+            decides = node.NextChild(zemcli::ValueForms()[f].name);
+            decidingName = zemcli::ValueForms()[f].name;
         }
-        std::vector<SChildRule> rules = kValueForms;
-        if (place == EPlace::Property) rules.insert(rules.begin(), {"arguments", EPlace::Arguments, true});
+        const std::vector<SChildRule>& rules = Rule(place).children;
         for (int i = 0; i < node.ChildCount(); ++i) {
             const ZEM::XMLNode child = node.ChildAtIndex(i);
             const std::string name = Lower(child.Name());

@@ -10,6 +10,7 @@
 #include "config/document_reader.h"
 #include "container/process_objects.h"
 #include "foundation/string_convert.h"
+#include "library/library.h"
 #include "zem/diagnostics.h"
 #include "zem/exception.h"
 
@@ -58,12 +59,18 @@ void CSession::Load(const std::string& file, bool eager) {
     impl.LoadConfiguration(configuration);
 }
 
+std::string FailureText(const ZEM::CException& error) {
+    std::string text = Utf8(error.GetMessageW());
+    if (const auto* failure = dynamic_cast<const ZEM::CLoadFailure*>(&error)) text += " (" + failure->Reason() + ")";
+    return text;
+}
+
 bool LoadOrTell(CSession& session, const std::string& file, bool eager) {
     try {
         session.Load(file, eager);
         return true;
     } catch (const ZEM::CException& error) {
-        std::cerr << file << ": " << Utf8(error.GetMessageW()) << "\n";
+        std::cerr << file << ": " << FailureText(error) << "\n";
         return false;
     }
 }

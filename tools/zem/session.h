@@ -48,6 +48,10 @@ private:
     ZEM::CContainer container_;
 };
 
+// The library's message; for a class library that could not be loaded, with
+// the loader's reason in parentheses, as the failure handler tells it.
+std::string FailureText(const ZEM::CException& error);
+
 // Loads as CSession::Load does; on an error prints "FILE: message" to
 // standard error and returns false.
 bool LoadOrTell(CSession& session, const std::string& file, bool eager);

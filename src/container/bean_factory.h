@@ -3,6 +3,7 @@
 // singletons, and it makes beans under its recursive lock.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -59,6 +60,8 @@ public:
     // Installs (or, with an empty function, removes) the handler of dropped
     // bean failures. Off by default.
     void SetFailureHandler(BeanFailureHandler handler);
+    // Installs (or, with null, removes) the observer of bean requests.
+    void SetRequestObserver(std::shared_ptr<IBeanRequestObserver> observer);
 
     // For tests and tools: the store and the singletons.
     CConfiguration& Configuration() { return *configuration_; }
@@ -67,7 +70,17 @@ public:
     std::uint32_t WrapperCount() const { return wrappers_.Size(); }
 
 private:
-    BeanPair Request(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper) noexcept;
+    BeanPair Request(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper) noexcept {
+        if (name == nullptr) return {};
+        // The one cost of observation for a factory without an observer.
+        if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, fromContainer, withWrapper);
+        return Serve(name, library, fromContainer, withWrapper, nullptr);
+    }
+    // `note`, when given, learns the definition's kind and a found singleton.
+    BeanPair Serve(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper,
+                   SBeanRequest* note) noexcept;
+    BeanPair ObservedRequest(const char* name, const SLibrary* library, bool fromContainer,
+                             bool withWrapper) noexcept;
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
@@ -81,6 +94,10 @@ private:
     KtMap<KtStr, std::shared_ptr<const IBeanWrapper>> wrappers_;
     KtMap<KtStr, BeanPair> instances_;
     BeanFailureHandler failureHandler_;
+    // Set while an observer is installed; the observer itself is read under
+    // the lock, so that one replaced meanwhile is never called.
+    std::atomic<bool> observed_{false};
+    std::shared_ptr<IBeanRequestObserver> observer_;
 };
 
 // The names of the beans being made on this thread, outermost first.

@@ -5,6 +5,7 @@
 #   ./build.sh asan    the same tests under AddressSanitizer + UBSan
 #   ./build.sh tsan    the concurrency tests under ThreadSanitizer
 #   ./build.sh bench   build the benchmarks (run them from build-bench/bench/)
+#   ./build.sh picture redraw docs/images/demo-profile.png, the demo's profile
 # Missing build tools are installed with apt-get when run as root.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -23,6 +24,9 @@ need_packages() {
         case "$extra" in
             clang) command -v clang++ >/dev/null 2>&1 || missing+=(clang) ;;
             libclang-rt) dpkg -s libclang-rt-14-dev >/dev/null 2>&1 || missing+=(libclang-rt-14-dev) ;;
+            # The picture of the demo's profile in docs/ is the page that
+            # `zem profile --html` writes as a real browser draws it.
+            chromium) command -v chromium >/dev/null 2>&1 || missing+=(chromium) ;;
         esac
     done
     if [ ${#missing[@]} -gt 0 ]; then
@@ -73,12 +77,24 @@ case "${1:-test}" in
         need_packages
         configure_and_build bench
         ;;
+    picture)
+        need_packages chromium
+        configure_and_build default --target demo zem_tool
+        page=$(mktemp -d)
+        build/tools/zem profile --html "$page/profile.html" build/examples/demo-config/shop.xml
+        mkdir -p docs/images
+        chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
+            --disable-background-networking --disable-component-update --disable-sync \
+            --user-data-dir="$page/browser" --window-size=1000,300 --hide-scrollbars \
+            --screenshot="$PWD/docs/images/demo-profile.png" "file://$page/profile.html"
+        rm -rf "$page"
+        ;;
     fuzz)
         need_packages clang libclang-rt
         fuzz/run.sh "${2:-60}"
         ;;
     *)
-        echo "usage: $0 demo|test|asan|tsan|bench|fuzz [seconds]" >&2
+        echo "usage: $0 demo|test|asan|tsan|bench|picture|fuzz [seconds]" >&2
         exit 2
         ;;
 esac

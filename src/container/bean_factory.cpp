@@ -200,8 +200,10 @@ std::shared_ptr<const IBeanWrapper> CBeanFactoryImpl::GetClassWrapper(SBeanType&
     return wrapper;
 }
 
-BeanPair CBeanFactoryImpl::Serve(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper,
+BeanPair CBeanFactoryImpl::Serve(const char* name, const SLibrary* library, unsigned how,
                                  SBeanRequest* note) noexcept {
+    const bool fromContainer = (how & kFromContainer) != 0;
+    const bool withWrapper = (how & kWithWrapper) != 0;
     std::unique_lock<std::recursive_mutex> guard(lock_, std::defer_lock);
     try {
         guard.lock();
@@ -244,8 +246,7 @@ BeanPair CBeanFactoryImpl::Serve(const char* name, const SLibrary* library, bool
     }
 }
 
-BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* library, bool fromContainer,
-                                           bool withWrapper) noexcept {
+BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept {
     std::shared_ptr<IBeanRequestObserver> observer;
     SBeanRequest request;
     std::unique_lock<std::recursive_mutex> guard(lock_, std::defer_lock);
@@ -261,11 +262,11 @@ BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* lib
         // A failed lock fails the request below as it would unobserved; an
         // observer's exception is dropped.
     }
-    if (!observer) return Serve(name, library, fromContainer, withWrapper, nullptr);
+    if (!observer) return Serve(name, library, how, nullptr);
 
     std::wstring* outer = t_observedReason;
     t_observedReason = &request.reason;
-    BeanPair result = Serve(name, library, fromContainer, withWrapper, &request);
+    BeanPair result = Serve(name, library, how, &request);
     t_observedReason = outer;
     try {
         if (result.second) {

@@ -73,14 +73,16 @@ private:
     BeanPair Request(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper) noexcept {
         if (name == nullptr) return {};
         // The one cost of observation for a factory without an observer.
-        if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, fromContainer, withWrapper);
-        return Serve(name, library, fromContainer, withWrapper, nullptr);
+        const unsigned how = (fromContainer ? kFromContainer : 0u) | (withWrapper ? kWithWrapper : 0u);
+        if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, how);
+        return Serve(name, library, how, nullptr);
     }
+    // Request's flags in one word, so that Serve's arguments all travel in
+    // registers.
+    static constexpr unsigned kFromContainer = 1, kWithWrapper = 2;
     // `note`, when given, learns the definition's kind and a found singleton.
-    BeanPair Serve(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper,
-                   SBeanRequest* note) noexcept;
-    BeanPair ObservedRequest(const char* name, const SLibrary* library, bool fromContainer,
-                             bool withWrapper) noexcept;
+    BeanPair Serve(const char* name, const SLibrary* library, unsigned how, SBeanRequest* note) noexcept;
+    BeanPair ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept;
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();

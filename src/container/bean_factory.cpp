@@ -46,6 +46,14 @@ constexpr std::size_t kRequestStackReserve = 16 * 1024;
 // thread; null when none is.
 thread_local std::wstring* t_observedReason = nullptr;
 
+// Fail runs in the catch handlers of noexcept requests too: nothing may leave it.
+void NoteObservedReason(const std::wstring& reason) noexcept {
+    try {
+        *t_observedReason = reason;
+    } catch (...) {
+    }
+}
+
 class CMakingGuard {
 public:
     CMakingGuard(const CBeanFactoryImpl* factory, const char* name) { t_making.push_back({factory, name}); }
@@ -179,7 +187,7 @@ void CBeanFactoryImpl::SetRequestObserver(std::shared_ptr<IBeanRequestObserver> 
 }
 
 BeanPair CBeanFactoryImpl::Fail(const char* name, const std::wstring& reason) {
-    if (t_observedReason != nullptr) *t_observedReason = reason;
+    if (t_observedReason != nullptr) NoteObservedReason(reason);
     if (failureHandler_) {
         try {
             failureHandler_(name, reason, CurrentRequestChain());
@@ -271,8 +279,6 @@ BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* lib
     try {
         if (result.second) {
             if (request.outcome != EBeanRequestOutcome::Found) request.outcome = EBeanRequestOutcome::Made;
-            // A dependency's failure may have left its reason here.
-            request.reason.clear();
         } else {
             request.outcome = EBeanRequestOutcome::Failed;
             if (request.reason.empty()) request.reason = L"The request gave no object";

@@ -8,6 +8,7 @@
 #   ./build.sh package the Debian packages libzem0, libzem-dev and zem-tools
 #                      (in build-package/packages/), each checked by building
 #                      the README's host against their unpacked contents
+#   ./build.sh picture redraw docs/images/demo-profile.png, the demo's profile
 # Missing build tools are installed with apt-get when run as root.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -32,6 +33,9 @@ need_packages() {
             pkg-config) command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config) ;;
             # dpkg-shlibdeps works out the packages' dependencies on the C and C++ runtimes.
             dpkg-dev) command -v dpkg-shlibdeps >/dev/null 2>&1 || missing+=(dpkg-dev) ;;
+            # The picture of the demo's profile in docs/ is the page that
+            # `zem profile --html` writes as a real browser draws it.
+            chromium) command -v chromium >/dev/null 2>&1 || missing+=(chromium) ;;
         esac
     done
     if [ ${#missing[@]} -gt 0 ]; then
@@ -93,12 +97,24 @@ case "${1:-test}" in
               -P tests/package/build_hosts.cmake
         ls build-package/packages/*.deb
         ;;
+    picture)
+        need_packages chromium
+        configure_and_build default --target demo zem_tool
+        page=$(mktemp -d)
+        build/tools/zem profile --html "$page/profile.html" build/examples/demo-config/shop.xml
+        mkdir -p docs/images
+        chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
+            --disable-background-networking --disable-component-update --disable-sync \
+            --user-data-dir="$page/browser" --window-size=1000,200 --hide-scrollbars \
+            --screenshot="$PWD/docs/images/demo-profile.png" "file://$page/profile.html"
+        rm -rf "$page"
+        ;;
     fuzz)
         need_packages clang libclang-rt
         fuzz/run.sh "${2:-60}"
         ;;
     *)
-        echo "usage: $0 demo|test|asan|tsan|bench|fuzz [seconds]|package" >&2
+        echo "usage: $0 demo|test|asan|tsan|bench|package|picture|fuzz [seconds]" >&2
         exit 2
         ;;
 esac

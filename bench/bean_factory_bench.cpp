@@ -1,5 +1,6 @@
 // Bean requests: a warm singleton against the floor of one uncontended
-// recursive lock plus one hash look-up of the name, and a non-singleton with
+// recursive lock plus one hash look-up of the name, the same singleton seen
+// by an idle request observer, and a non-singleton with
 // two constructor arguments (an int and a reference to a singleton) and one
 // string property, with the conversion of each argument measured on its own.
 #include <benchmark/benchmark.h>
@@ -114,6 +115,19 @@ void BM_GetBean_Singleton(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(factory->GetBean("engine", nullptr));
 }
 BENCHMARK(BM_GetBean_Singleton);
+
+// The same with an observer that does nothing: what observation itself costs.
+void BM_GetBean_Singleton_Observed(benchmark::State& state) {
+    struct CIdle : IBeanRequestObserver {
+        void OnRequestStart(const SBeanRequest&) override {}
+        void OnRequestEnd(const SBeanRequest&) override {}
+    };
+    auto factory = MakeFactory();
+    SetBeanRequestObserver(*factory, std::make_shared<CIdle>());
+    if (!factory->GetBean("engine", nullptr)) state.SkipWithError("no engine");
+    for (auto _ : state) benchmark::DoNotOptimize(factory->GetBean("engine", nullptr));
+}
+BENCHMARK(BM_GetBean_Singleton_Observed);
 
 void BM_GetBean_NonSingleton(benchmark::State& state) {
     auto factory = MakeFactory();

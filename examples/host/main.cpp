@@ -2,9 +2,9 @@
 // and from this program, wired by the container from two configuration files.
 // It shows what the container made and then puts the parts to work.
 //
-//     demo [path/to/shop.xml]
+//     demo [path/to/demo.xml]
 //
-// Without an argument it reads demo-config/shop.xml beside the executable.
+// Without an argument it reads demo-config/demo.xml beside the executable.
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -37,7 +37,7 @@ std::shared_ptr<T> Need(const ZEM::CContainer& shop, const char* name) {
 std::filesystem::path DefaultConfiguration() {
     std::error_code error;
     std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", error);
-    return executable.parent_path() / "demo-config" / "shop.xml";
+    return executable.parent_path() / "demo-config" / "demo.xml";
 }
 
 void Section(const char* title) { std::printf("\n%s\n", title); }
@@ -125,7 +125,7 @@ int main(int argc, char** argv) {
                                                       const std::vector<std::string>&) {
             std::fprintf(stderr, "demo: the bean '%s' was not made: %ls\n", name, reason.c_str());
         });
-        std::printf("  reading %s (it includes pricing.xml)\n", configuration.filename().c_str());
+        std::printf("  reading %s (it includes shop.xml and pricing.xml)\n", configuration.filename().c_str());
         shop.Reset(configuration.wstring().c_str());
         std::printf("  (catalog and the tills are eager; the tills pulled in money-format through\n"
                     "   depends-on, and card, printer and daily-totals through their properties)\n");

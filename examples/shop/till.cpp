@@ -13,6 +13,16 @@
 
 namespace shop {
 
+}  // namespace shop
+
+// The tills' `ref service` names the printer interface. The host registers it
+// too, for its own printer's `provides`, which is read before this library
+// loads; registering it here lets the shop load in a program that has no
+// printer (for example `zem profile`), where the reference then finds nothing.
+ZEM_REGISTER_INTERFACE(shop::IReceiptPrinter);
+
+namespace shop {
+
 class Basket : public ZEM::IObject, public IBasket {
 public:
     void SetMaxLines(unsigned short maxLines) { maxLines_ = maxLines; }

@@ -3,6 +3,7 @@
 #include "container/bean_factory.h"
 
 #include <cstring>
+#include <thread>
 #include <typeinfo>
 #include <vector>
 
@@ -41,6 +42,18 @@ constexpr std::size_t kRequestStackReserve = 96 * 1024;
 #else
 constexpr std::size_t kRequestStackReserve = 16 * 1024;
 #endif
+
+// Where Fail leaves its reason for the observed request in progress on this
+// thread; null when none is.
+thread_local std::wstring* t_observedReason = nullptr;
+
+// Fail runs in the catch handlers of noexcept requests too: nothing may leave it.
+void NoteObservedReason(const std::wstring& reason) noexcept {
+    try {
+        *t_observedReason = reason;
+    } catch (...) {
+    }
+}
 
 class CMakingGuard {
 public:
@@ -166,7 +179,16 @@ void CBeanFactoryImpl::SetFailureHandler(BeanFailureHandler handler) {
     failureHandler_ = std::move(handler);
 }
 
+void CBeanFactoryImpl::SetRequestObserver(std::shared_ptr<IBeanRequestObserver> observer) {
+    // The old observer ends outside the lock, after no request can reach it.
+    std::shared_ptr<IBeanRequestObserver> old;
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    observed_.store(observer != nullptr, std::memory_order_relaxed);
+    old = std::exchange(observer_, std::move(observer));
+}
+
 BeanPair CBeanFactoryImpl::Fail(const char* name, const std::wstring& reason) {
+    if (t_observedReason != nullptr) NoteObservedReason(reason);
     if (failureHandler_) {
         try {
             failureHandler_(name, reason, CurrentRequestChain());
@@ -187,22 +209,33 @@ std::shared_ptr<const IBeanWrapper> CBeanFactoryImpl::GetClassWrapper(SBeanType&
     return wrapper;
 }
 
-BeanPair CBeanFactoryImpl::Request(const char* name, const SLibrary* library, bool fromContainer,
-                                   bool withWrapper) noexcept {
-    if (name == nullptr) return {};
+BeanPair CBeanFactoryImpl::Serve(const char* name, const SLibrary* library, unsigned how,
+                                 SBeanRequest* note) noexcept {
+    const bool fromContainer = (how & kFromContainer) != 0;
+    const bool withWrapper = (how & kWithWrapper) != 0;
     std::unique_lock<std::recursive_mutex> guard(lock_, std::defer_lock);
     try {
         guard.lock();
         SBeanType* bean = configuration_->GetBeanType(name);
-        if (bean == nullptr) return {};
+        if (bean == nullptr) {
+            if (note != nullptr) note->reason = Message(L"No definition of bean '", name, L"'");
+            return {};
+        }
+        if (note != nullptr) note->singleton = bean->singleton;
         if (!bean->exported) {
             // Only requests made on behalf of the bean's own library see it.
-            if (library == nullptr || bean->library == nullptr || library->path != bean->library->path) return {};
+            if (library == nullptr || bean->library == nullptr || library->path != bean->library->path) {
+                if (note != nullptr) note->reason = Message(L"Bean '", name, L"' is not visible outside its library");
+                return {};
+            }
         }
         if (bean->singleton) {
             const BeanPair* made = bean->singletonEntry;
             if (made == nullptr) made = instances_.Find(name);
-            if (made != nullptr) return withWrapper ? *made : BeanPair(nullptr, made->second);
+            if (made != nullptr) {
+                if (note != nullptr) note->outcome = EBeanRequestOutcome::Found;
+                return withWrapper ? *made : BeanPair(nullptr, made->second);
+            }
         }
         if (fromContainer && BeingMade(this, name)) return Fail(name, L"Already being made: a cycle");
         if (t_making.size() >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
@@ -222,6 +255,41 @@ BeanPair CBeanFactoryImpl::Request(const char* name, const SLibrary* library, bo
     } catch (...) {
         return FailQuietly(name, "unknown exception");
     }
+}
+
+BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept {
+    std::shared_ptr<IBeanRequestObserver> observer;
+    SBeanRequest request;
+    std::unique_lock<std::recursive_mutex> guard(lock_, std::defer_lock);
+    try {
+        guard.lock();
+        observer = observer_;
+        request.name = name;
+        request.library = library != nullptr ? library->path.c_str() : nullptr;
+        request.depth = t_making.size();
+        request.thread = std::this_thread::get_id();
+        if (observer) observer->OnRequestStart(request);
+    } catch (...) {
+        // A failed lock fails the request below as it would unobserved; an
+        // observer's exception is dropped.
+    }
+    if (!observer) return Serve(name, library, how, nullptr);
+
+    std::wstring* outer = t_observedReason;
+    t_observedReason = &request.reason;
+    BeanPair result = Serve(name, library, how, &request);
+    t_observedReason = outer;
+    try {
+        if (result.second) {
+            if (request.outcome != EBeanRequestOutcome::Found) request.outcome = EBeanRequestOutcome::Made;
+        } else {
+            request.outcome = EBeanRequestOutcome::Failed;
+            if (request.reason.empty()) request.reason = L"The request gave no object";
+        }
+        observer->OnRequestEnd(request);
+    } catch (...) {
+    }
+    return result;
 }
 
 BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLibrary* library) {
@@ -300,6 +368,12 @@ std::vector<std::string> CurrentRequestChain() {
     std::vector<std::string> chain;
     for (const SMaking& making : t_making) chain.emplace_back(making.name);
     return chain;
+}
+
+void SetBeanRequestObserver(IBeanFactory& factory, std::shared_ptr<IBeanRequestObserver> observer) {
+    auto* impl = dynamic_cast<CBeanFactoryImpl*>(&factory);
+    if (impl == nullptr) throw CException(L"Request observers are only for factories of this library");
+    impl->SetRequestObserver(std::move(observer));
 }
 
 void SetBeanFailureHandler(IBeanFactory& factory, BeanFailureHandler handler) {

@@ -3,6 +3,7 @@
 // singletons, and it makes beans under its recursive lock.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -60,6 +61,8 @@ public:
     // Installs (or, with an empty function, removes) the handler of dropped
     // bean failures. Off by default.
     void SetFailureHandler(BeanFailureHandler handler);
+    // Installs (or, with null, removes) the observer of bean requests.
+    void SetRequestObserver(std::shared_ptr<IBeanRequestObserver> observer);
 
     // For tests and tools: the store and the singletons.
     CConfiguration& Configuration() { return *configuration_; }
@@ -68,7 +71,19 @@ public:
     std::uint32_t WrapperCount() const { return wrappers_.Size(); }
 
 private:
-    BeanPair Request(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper) noexcept;
+    BeanPair Request(const char* name, const SLibrary* library, bool fromContainer, bool withWrapper) noexcept {
+        if (name == nullptr) return {};
+        // The one cost of observation for a factory without an observer.
+        const unsigned how = (fromContainer ? kFromContainer : 0u) | (withWrapper ? kWithWrapper : 0u);
+        if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, how);
+        return Serve(name, library, how, nullptr);
+    }
+    // Request's flags in one word, so that Serve's arguments all travel in
+    // registers.
+    static constexpr unsigned kFromContainer = 1, kWithWrapper = 2;
+    // `note`, when given, learns the definition's kind and a found singleton.
+    BeanPair Serve(const char* name, const SLibrary* library, unsigned how, SBeanRequest* note) noexcept;
+    BeanPair ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept;
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
@@ -84,6 +99,10 @@ private:
     KtMap<KtStr, std::shared_ptr<const IBeanWrapper>> wrappers_;
     KtMap<KtStr, BeanPair> instances_;
     BeanFailureHandler failureHandler_;
+    // Set while an observer is installed; the observer itself is read under
+    // the lock, so that one replaced meanwhile is never called.
+    std::atomic<bool> observed_{false};
+    std::shared_ptr<IBeanRequestObserver> observer_;
 };
 
 // The names of the beans being made on this thread, outermost first.

@@ -9,5 +9,6 @@ IBeanWrapper::~IBeanWrapper() = default;
 ITypeRegistration::~ITypeRegistration() = default;
 IBeanFactory::~IBeanFactory() = default;
 ILibraryConfiguration::~ILibraryConfiguration() = default;
+IBeanRequestObserver::~IBeanRequestObserver() = default;
 
 }  // namespace ZEM

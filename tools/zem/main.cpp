@@ -28,6 +28,7 @@ constexpr SVerb kVerbs[] = {
     {"explain", RunExplain, "request one bean and say why it gives nothing"},
     {"lint", RunLint, "warn about what the readers ignore and what can only fail later"},
     {"xml", RunXml, "show the XML tree as the library parses it, as JSON"},
+    {"profile", RunProfile, "load documents and show where the time went, per bean, with a trace"},
 };
 
 void PrintUsage(std::ostream& out) {

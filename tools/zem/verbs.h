@@ -16,5 +16,6 @@ int RunGraph(const Args& args);
 int RunExplain(const Args& args);
 int RunLint(const Args& args);
 int RunXml(const Args& args);
+int RunProfile(const Args& args);
 
 }  // namespace zemcli

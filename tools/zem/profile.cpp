@@ -1,0 +1,149 @@
+// zem profile: loads each document as a host does, with a request observer
+// on the factory, and says where the time of the load went: per bean its own
+// time and its time with everything it asked for, and the steps of the load.
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <sstream>
+
+#include "bean_index.h"
+#include "cli.h"
+#include "config/document_reader.h"
+#include "container/process_objects.h"
+#include "foundation/string_convert.h"
+#include "profile_recorder.h"
+#include "profile_trace.h"
+#include "session.h"
+#include "verbs.h"
+#include "zem/diagnostics.h"
+#include "zem/exception.h"
+
+namespace zemcli {
+
+namespace {
+
+constexpr const char* kHelp =
+    "usage: zem profile [--json] [--trace OUT.json] [--html OUT.html] FILE...\n"
+    "\n"
+    "Loads each FILE into a private container as a host does (as check does)\n"
+    "and prints where the time of the load went, slowest first:\n"
+    "  self     the bean's own time: its class library at first need, its\n"
+    "           constructor, properties and init method\n"
+    "  total    with everything it asked for (references, dependencies)\n"
+    "  made     objects made; asked: requests, found singletons included\n"
+    "The steps of the load stand on lines of their own: (read) the files, the\n"
+    "XML and the elements; (merge) the definitions into the factory; (eager\n"
+    "beans) and (load) the time between requests. The self times add up to the\n"
+    "load's total. A request that gave nothing is marked with its reason.\n"
+    "\n"
+    "options:\n"
+    "  --json            the same as JSON, times in nanoseconds\n"
+    "  --trace OUT.json  write the spans in the Chrome trace-event format,\n"
+    "                    which Perfetto and chrome://tracing show as a flame chart\n"
+    "  --html OUT.html   write a page that draws the trace as nested bars,\n"
+    "                    with no network access\n";
+
+SProfiledLoad ProfileOne(const std::string& file) {
+    SProfiledLoad load;
+    load.file = file;
+    CSession session;
+    auto recorder = std::make_shared<CProfileRecorder>();
+    ZEM::SetBeanRequestObserver(session.Factory(), recorder);
+    ZEM::CBeanFactoryImpl& impl = session.Impl();
+    // The steps of CContainer::Reset(path), each timed.
+    const std::size_t whole = recorder->BeginStep("(load)");
+    try {
+        impl.ResetFactory();
+        const std::size_t read = recorder->BeginStep("(read)");
+        ZEM::CConfiguration configuration = file == "-"
+                                                ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
+                                                : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str());
+        recorder->EndStep(read);
+        std::lock_guard<std::mutex> startup(ZEM::StartupMutex());
+        const std::size_t merge = recorder->BeginStep("(merge)");
+        impl.LoadConfiguration(configuration);
+        recorder->EndStep(merge);
+        const std::size_t eager = recorder->BeginStep("(eager beans)");
+        impl.CreateEagerBeans();
+        recorder->EndStep(eager);
+        load.loaded = true;
+    } catch (const ZEM::CException& error) {
+        load.error = Utf8(error.GetMessageW());
+    }
+    recorder->EndStep(whole);
+    ZEM::SetBeanRequestObserver(session.Factory(), nullptr);
+    load.spans = recorder->Spans();
+    // Inner beans by their place ("till-1/Rounding") rather than a fresh UUID.
+    const CBeanIndex index(session.Store());
+    for (SSpan& span : load.spans)
+        if (!span.step) span.name = index.Display(span.name);
+    load.total = load.spans.front().Duration();
+    return load;
+}
+
+std::string Milliseconds(std::int64_t nanoseconds) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(3) << static_cast<double>(nanoseconds) / 1e6;
+    return text.str();
+}
+
+std::string Column(const std::string& text, std::size_t width) {
+    return text.size() >= width ? text : std::string(width - text.size(), ' ') + text;
+}
+
+void PrintTable(const SProfiledLoad& load) {
+    if (!load.loaded) {
+        std::cout << load.file << ": " << load.error << "\n";
+        return;
+    }
+    std::cout << load.file << ": loaded in " << Milliseconds(load.total) << " ms\n"
+              << "   self ms   total ms   made  asked  bean\n";
+    std::int64_t sum = 0;
+    for (const SProfileRow& row : Summarize(load.spans)) {
+        sum += row.self;
+        std::cout << Column(Milliseconds(row.self), 10) << " " << Column(row.step ? "" : Milliseconds(row.total), 10)
+                  << " " << Column(row.step ? "" : std::to_string(row.made), 6) << " "
+                  << Column(row.step ? "" : std::to_string(row.requests), 6) << "  " << row.name;
+        if (row.failed != 0)
+            std::cout << "  FAILED " << row.failed << " of " << row.requests << ": " << row.reason;
+        std::cout << "\n";
+    }
+    std::cout << Column(Milliseconds(sum), 10) << "                         sum\n";
+}
+
+void WriteFile(const std::string& path, const std::vector<SProfiledLoad>& loads,
+               void (*write)(std::ostream&, const std::vector<SProfiledLoad>&)) {
+    std::ofstream out(path, std::ios::binary);
+    if (out) write(out, loads);
+    if (!out) throw ZEM::CException(ZEM::Message(L"Could not write '", path, L"'"));
+}
+
+}  // namespace
+
+int RunProfile(const Args& args) {
+    const std::optional<SParsedArgs> command =
+        ParseCommand(args, {{"--json", false}, {"--trace", true}, {"--html", true}}, kHelp, 1,
+                     static_cast<std::size_t>(-1), "FILE");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
+    std::vector<SProfiledLoad> loads;
+    bool allLoaded = true;
+    for (const std::string& file : parsed.operands) {
+        loads.push_back(ProfileOne(file));
+        allLoaded = loads.back().loaded && allLoaded;
+    }
+    if (parsed.Has("--json")) {
+        WriteProfileJson(std::cout, loads);
+    } else {
+        for (const SProfiledLoad& load : loads) PrintTable(load);
+    }
+    if (auto trace = parsed.values.find("--trace"); trace != parsed.values.end())
+        WriteFile(trace->second, loads, WriteTrace);
+    if (auto html = parsed.values.find("--html"); html != parsed.values.end())
+        WriteFile(html->second, loads, WriteTraceHtml);
+    return allLoaded ? kExitOk : kExitFinding;
+}
+
+}  // namespace zemcli

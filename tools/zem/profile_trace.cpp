@@ -1,0 +1,193 @@
+// JSON, trace-event and HTML output of `zem profile`. Times in the trace are
+// microseconds written with three decimals, so that every span's bounds are
+// the exact nanoseconds measured and children stay inside their parents.
+#include "profile_trace.h"
+
+#include <sstream>
+
+#include "cli.h"
+
+namespace zemcli {
+
+namespace {
+
+const char* OutcomeName(ZEM::EBeanRequestOutcome outcome) {
+    switch (outcome) {
+        case ZEM::EBeanRequestOutcome::Made: return "made";
+        case ZEM::EBeanRequestOutcome::Found: return "found";
+        case ZEM::EBeanRequestOutcome::Failed: return "failed";
+    }
+    return "failed";
+}
+
+std::string Microseconds(std::int64_t nanoseconds) {
+    std::string fraction = std::to_string(nanoseconds % 1000);
+    fraction.insert(0, 3 - fraction.size(), '0');
+    return std::to_string(nanoseconds / 1000) + "." + fraction;
+}
+
+}  // namespace
+
+void WriteProfileJson(std::ostream& out, const std::vector<SProfiledLoad>& loads) {
+    out << "{\"loads\": [";
+    for (std::size_t l = 0; l < loads.size(); ++l) {
+        const SProfiledLoad& load = loads[l];
+        out << (l != 0 ? "," : "") << "\n  {\"file\": " << JsonString(load.file)
+            << ", \"ok\": " << (load.loaded ? "true" : "false");
+        if (!load.loaded) {
+            out << ", \"error\": " << JsonString(load.error) << "}";
+            continue;
+        }
+        out << ", \"total_ns\": " << load.total << ", \"rows\": [";
+        const std::vector<SProfileRow> rows = Summarize(load.spans);
+        for (std::size_t r = 0; r < rows.size(); ++r) {
+            const SProfileRow& row = rows[r];
+            out << (r != 0 ? "," : "") << "\n    {\"name\": " << JsonString(row.name)
+                << ", \"kind\": " << (row.step ? "\"step\"" : "\"bean\"") << ", \"self_ns\": " << row.self
+                << ", \"total_ns\": " << row.total;
+            if (!row.step) {
+                out << ", \"made\": " << row.made << ", \"requests\": " << row.requests << ", \"failed\": " << row.failed;
+                if (row.failed != 0) out << ", \"reason\": " << JsonString(row.reason);
+            }
+            out << "}";
+        }
+        out << "]}";
+    }
+    out << "\n]}\n";
+}
+
+void WriteTrace(std::ostream& out, const std::vector<SProfiledLoad>& loads) {
+    out << "{\"displayTimeUnit\": \"ms\", \"traceEvents\": [";
+    bool first = true;
+    auto next = [&]() -> std::ostream& {
+        out << (first ? "\n" : ",\n");
+        first = false;
+        return out;
+    };
+    for (std::size_t l = 0; l < loads.size(); ++l) {
+        const SProfiledLoad& load = loads[l];
+        const std::size_t pid = l + 1;
+        next() << "{\"name\": \"process_name\", \"ph\": \"M\", \"pid\": " << pid
+               << ", \"tid\": 0, \"args\": {\"name\": " << JsonString("zem profile " + load.file) << "}}";
+        std::uint32_t threads = 0;
+        for (const SSpan& span : load.spans) {
+            if (span.thread <= threads) continue;
+            threads = span.thread;
+            next() << "{\"name\": \"thread_name\", \"ph\": \"M\", \"pid\": " << pid << ", \"tid\": " << span.thread
+                   << ", \"args\": {\"name\": \"thread " << span.thread << "\"}}";
+        }
+        for (const SSpan& span : load.spans) {
+            std::ostream& event = next();
+            event << "{\"name\": " << JsonString(span.name) << ", \"cat\": \"" << (span.step ? "load" : "bean")
+                  << "\", \"ph\": \"X\", \"ts\": " << Microseconds(span.start)
+                  << ", \"dur\": " << Microseconds(span.Duration()) << ", \"pid\": " << pid
+                  << ", \"tid\": " << span.thread << ", \"args\": {\"depth\": " << span.depth
+                  << ", \"self_us\": " << Microseconds(span.Self());
+            if (!span.step) {
+                event << ", \"library\": " << (span.library.empty() ? "null" : JsonString(span.library))
+                      << ", \"singleton\": " << (span.singleton ? "true" : "false") << ", \"outcome\": \""
+                      << OutcomeName(span.outcome) << "\"";
+                if (span.outcome == ZEM::EBeanRequestOutcome::Failed) event << ", \"reason\": " << JsonString(span.reason);
+            }
+            event << "}}";
+        }
+    }
+    out << "\n]}\n";
+}
+
+namespace {
+
+// The drawing: one section per load, one band per thread, one row per depth;
+// a bar's width is its time. Bean bars are coloured by name, steps grey,
+// failures red. The body's data-bars tells how many bars were drawn.
+constexpr const char* kPageHead = R"(<!DOCTYPE html>
+<html><head><meta charset="utf-8"><title>zem profile</title>
+<style>
+body { font: 13px sans-serif; margin: 16px; background: #fff; color: #222; }
+h2 { font-size: 15px; margin: 18px 0 4px; }
+svg text { font: 11px sans-serif; pointer-events: none; }
+.axis text { fill: #555; }
+</style></head>
+<body data-bars="0">
+<h1 style="font-size:17px">zem profile: where the time of the load went</h1>
+<script id="trace" type="application/json">
+)";
+
+constexpr const char* kPageTail = R"(</script>
+<script>
+(function () {
+  const NS = 'http://www.w3.org/2000/svg';
+  const trace = JSON.parse(document.getElementById('trace').textContent);
+  const events = trace.traceEvents.filter(e => e.ph === 'X');
+  const names = {};
+  trace.traceEvents.filter(e => e.ph === 'M' && e.name === 'process_name').forEach(e => names[e.pid] = e.args.name);
+  const width = Math.max(600, window.innerWidth - 40), rowHeight = 20, bandGap = 10;
+  function el(tag, attrs, parent) {
+    const node = document.createElementNS(NS, tag);
+    for (const key in attrs) node.setAttribute(key, attrs[key]);
+    parent.appendChild(node);
+    return node;
+  }
+  function colour(e) {
+    if (e.args.outcome === 'failed') return '#e06666';
+    if (e.cat === 'load') return '#c9c9c9';
+    let hash = 0;
+    for (const c of e.name) hash = (hash * 31 + c.charCodeAt(0)) >>> 0;
+    return 'hsl(' + (hash % 360) + ',55%,' + (e.args.outcome === 'found' ? '85%' : '68%') + ')';
+  }
+  let bars = 0;
+  [...new Set(events.map(e => e.pid))].forEach(pid => {
+    const own = events.filter(e => e.pid === pid);
+    const start = Math.min(...own.map(e => e.ts)), end = Math.max(...own.map(e => e.ts + e.dur));
+    const scale = width / Math.max(end - start, 1);
+    const tids = [...new Set(own.map(e => e.tid))].sort((a, b) => a - b);
+    const h2 = document.createElement('h2');
+    h2.textContent = (names[pid] || ('load ' + pid)) + ': ' + ((end - start) / 1000).toFixed(3) + ' ms';
+    document.body.appendChild(h2);
+    let top = 22;
+    const offsets = {};
+    tids.forEach(tid => {
+      offsets[tid] = top;
+      top += (Math.max(...own.filter(e => e.tid === tid).map(e => e.args.depth)) + 1) * rowHeight + bandGap;
+    });
+    const svg = el('svg', {width: width + 2, height: top}, document.body);
+    const axis = el('g', {class: 'axis'}, svg);
+    // Ticks 1, 2 or 5 times a power of ten apart, ten at most.
+    const range = Math.max(end - start, 1), unit = Math.pow(10, Math.floor(Math.log10(range / 10)));
+    const step = [1, 2, 5, 10].map(m => m * unit).find(s => range / s <= 10);
+    for (let t = 0; t <= end - start; t += step) {
+      el('line', {x1: t * scale, x2: t * scale, y1: 14, y2: top, stroke: '#eee'}, axis);
+      el('text', {x: t * scale + 2, y: 11}, axis).textContent = (t / 1000) + ' ms';
+    }
+    own.forEach(e => {
+      const x = (e.ts - start) * scale, w = Math.max(e.dur * scale, 1), y = offsets[e.tid] + e.args.depth * rowHeight;
+      const g = el('g', {class: 'bar'}, svg);
+      el('rect', {x: x, y: y, width: w, height: rowHeight - 2, fill: colour(e), stroke: '#fff'}, g);
+      el('title', {}, g).textContent = e.name + ': ' + (e.dur / 1000).toFixed(3) + ' ms, self ' +
+          (e.args.self_us / 1000).toFixed(3) + ' ms' + (e.args.outcome ? ', ' + e.args.outcome : '') +
+          (e.args.reason ? ': ' + e.args.reason : '');
+      if (w > 30) {
+        const label = el('text', {x: x + 3, y: y + rowHeight - 7}, g);
+        label.textContent = e.name.length * 6.5 > w - 6 ? e.name.slice(0, Math.max(1, Math.floor((w - 6) / 6.5))) : e.name;
+      }
+      ++bars;
+    });
+  });
+  document.body.dataset.bars = bars;
+})();
+</script>
+</body></html>
+)";
+
+}  // namespace
+
+void WriteTraceHtml(std::ostream& out, const std::vector<SProfiledLoad>& loads) {
+    std::ostringstream trace;
+    WriteTrace(trace, loads);
+    std::string text = trace.str();
+    // Inside a script element only "</" could end it early.
+    for (std::size_t at = text.find("</"); at != std::string::npos; at = text.find("</", at + 3)) text.insert(at + 1, "\\");
+    out << kPageHead << text << kPageTail;
+}
+
+}  // namespace zemcli

@@ -1,0 +1,33 @@
+// The outputs of `zem profile` beyond its table: the JSON summary, the trace
+// in the Chrome trace-event format (for Perfetto and chrome://tracing), and a
+// self-contained HTML page that draws that trace as nested bars.
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "profile_recorder.h"
+
+namespace zemcli {
+
+// One document as `zem profile` loaded it.
+struct SProfiledLoad {
+    std::string file;
+    bool loaded = false;
+    std::string error;  // the library's message when not loaded
+    std::vector<SSpan> spans;
+    std::int64_t total = 0;  // nanoseconds of the whole load
+};
+
+// {"loads":[{"file","ok","total_ns","rows":[...]}]}, rows as Summarize gives them.
+void WriteProfileJson(std::ostream& out, const std::vector<SProfiledLoad>& loads);
+
+// One complete event ("ph":"X") per span, each load a process of its own.
+void WriteTrace(std::ostream& out, const std::vector<SProfiledLoad>& loads);
+
+// A page that holds the trace and draws it without any network access.
+void WriteTraceHtml(std::ostream& out, const std::vector<SProfiledLoad>& loads);
+
+}  // namespace zemcli

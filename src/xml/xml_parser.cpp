@@ -7,6 +7,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "xml/xml_document.h"
 #include "xml/xml_entities.h"
 #include "xml/xml_tokenizer.h"
@@ -17,22 +21,21 @@ namespace {
 
 using namespace xml_detail;
 
-// The name of `node` matches a name of `length` bytes in the input when it
-// equals the input's start, ignoring case, and the input's name ends right
-// there (at white space, '/', '<', '=' or '>').
-inline bool NameMatches(const SXmlNodeData* node, const char* other, std::size_t length) {
-    const char* stored = node->name;
-    if (stored == nullptr || node->nameLength > length) return false;
-    const std::size_t count = node->nameLength;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (stored[i] != other[i] && XmlLower(stored[i]) != XmlLower(other[i])) return false;
-    }
-    const char next = other[count];
-    return IsXmlSpace(next) || next == '/' || next == '<' || next == '=' || next == '>';
-}
-
 // A decoded copy in the arena, or null with the error set.
 char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
+#if defined(__SSE2__)
+    // Most values are short and hold no reference: without an '&' the bytes
+    // stay as they are (a character from 0x80 is copied whole either way).
+    if (length <= 32 && state.end - text >= 32) {
+        const __m128i amp = _mm_set1_epi8('&');
+        const auto low = static_cast<unsigned>(
+            _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), amp)));
+        const auto high = static_cast<unsigned>(
+            _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
+        const std::uint64_t within = (std::uint64_t{1} << length) - 1;
+        if (((low | (high << 16)) & within) == 0) return state.arena->CopyString(text, length);
+    }
+#endif
     const std::size_t room = length + kXmlDecodeSlack + 1;
     auto* copy = static_cast<char*>(state.arena->Allocate(room, 1));
     const std::ptrdiff_t size = XmlDecode(text, length, state.end, copy, state.error);
@@ -42,27 +45,48 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
     return copy;
 }
 
-// The first and the last `sizeof(Word)` bytes of both, which overlap for
-// lengths below twice that size.
-template <class Word>
-inline bool SameEnds(const char* a, const char* b, std::size_t length) {
-    Word a0, a1, b0, b1;
-    std::memcpy(&a0, a, sizeof(Word));
-    std::memcpy(&b0, b, sizeof(Word));
-    std::memcpy(&a1, a + length - sizeof(Word), sizeof(Word));
-    std::memcpy(&b1, b + length - sizeof(Word), sizeof(Word));
-    return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+// The name of `node` matches a name of `length` bytes in the input when it
+// equals the input's start, ignoring case, and the input's name ends right
+// there (at white space, '/', '<', '=' or '>').
+inline bool NameMatches(const SXmlNodeData* node, const char* other, std::size_t length) {
+    const char* stored = node->name;
+    if (stored == nullptr || node->nameLength > length) return false;
+    const std::size_t count = node->nameLength;
+    // An end tag mostly repeats its start tag byte for byte.
+    if (!XmlSameBytes(stored, other, count)) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (stored[i] != other[i] && XmlLower(stored[i]) != XmlLower(other[i])) return false;
+        }
+    }
+    const char next = other[count];
+    return IsXmlSpace(next) || next == '/' || next == '<' || next == '=' || next == '>';
 }
 
-// Byte for byte, also in case: up to 16 bytes in two words each way, longer
-// names by memcmp.
-inline bool SameBytes(const char* a, const char* b, std::size_t length) {
-    if (length > 16) return std::memcmp(a, b, length) == 0;
-    if (length >= 8) return SameEnds<std::uint64_t>(a, b, length);
-    if (length >= 4) return SameEnds<std::uint32_t>(a, b, length);
-    for (std::size_t i = 0; i < length; ++i)
-        if (a[i] != b[i]) return false;
-    return true;
+// The name's slot among the names stored lately: the length and the bytes at
+// both ends tell most names of a document apart.
+inline SXmlParseState::SStoredName& NameSlot(const char* text, std::size_t length, SXmlParseState& state) {
+    const auto first = static_cast<unsigned char>(text[0]);
+    const auto last = static_cast<unsigned char>(text[length - 1]);
+    return state.names[(length * 7 + first * 3 + last) % SXmlParseState::kNameSlots];
+}
+
+[[gnu::noinline]] char* StoreNewName(const char* text, std::size_t length, SXmlParseState& state) {
+    char* copy = state.arena->CopyString(text, length);
+    if (length != 0) {
+        SXmlParseState::SStoredName& stored = NameSlot(text, length, state);
+        stored.text = copy;
+        stored.length = length;
+    }
+    return copy;
+}
+
+// StoreName with the usual case, a name seen lately, inline.
+[[gnu::always_inline]] inline char* StoreNameInline(const char* text, std::size_t length, SXmlParseState& state) {
+    if (length != 0) {
+        const SXmlParseState::SStoredName& stored = NameSlot(text, length, state);
+        if (stored.length == length && XmlSameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
+    }
+    return StoreNewName(text, length, state);
 }
 
 inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClearMarks[XmlClearComment].open; }
@@ -128,6 +152,35 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
     return state.pendingText == nullptr || StorePendingTextNow(node, state, end);
 }
 
+// Moves the waiting attributes behind those the record has, growing its array.
+[[gnu::noinline]] void SpillAttributes(SXmlNodeData* node, SXmlParseState& state) {
+    for (int i = 0; i < state.pendingAttributeCount; ++i)
+        AppendAttribute(node, state.pendingAttributes[i].name, state.pendingAttributes[i].value);
+    state.pendingAttributeCount = 0;
+}
+
+inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, char* value) {
+    if (state.pendingAttributeCount == SXmlParseState::kPendingAttributes) SpillAttributes(node, state);
+    state.pendingAttributes[state.pendingAttributeCount++] = SXmlAttribute{name, value};
+}
+
+// The start tag has ended: its attributes go into the record, at their exact
+// size unless some went ahead already.
+inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
+    const int count = state.pendingAttributeCount;
+    if (count == 0) return;
+    if (node->attributeCount != 0) {
+        SpillAttributes(node, state);
+        return;
+    }
+    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(SXmlAttribute);
+    auto* exact = static_cast<SXmlAttribute*>(state.arena->Allocate(bytes));
+    XmlCopyBytes(exact, state.pendingAttributes, bytes);
+    node->attributes = exact;
+    node->attributeCount = count;
+    state.pendingAttributeCount = 0;
+}
+
 // The shared name and a decoded copy of the value.
 [[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                       std::size_t nameLength, const SXmlToken& value) {
@@ -138,16 +191,16 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
         ++text;
         length -= 2;
     }
-    char* storedName = StoreName(name, nameLength, state);
+    char* storedName = StoreNameInline(name, nameLength, state);
     char* decoded = DecodeCopy(text, length, state);
     if (decoded == nullptr) return false;
-    AppendAttribute(node, storedName, decoded);
+    AddAttribute(node, state, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AppendAttribute(node, StoreName(name, nameLength, state), nullptr);
+    AddAttribute(node, state, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
@@ -179,7 +232,7 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
 [[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
     SXmlNodeData* child =
-        AppendChild(node, StoreName(name.start, name.length, state), name.length, tag.kind == TokenDeclarationStart);
+        AppendChild(node, StoreNameInline(name.start, name.length, state), name.length, tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
     return child;
@@ -287,17 +340,7 @@ const SXmlClearMark kXmlClearMarks[4] = {
 const SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
 
 char* StoreName(const char* text, std::size_t length, SXmlParseState& state) {
-    // The length and the bytes at both ends tell most names of a document apart.
-    if (length == 0) return state.arena->CopyString(text, 0);
-    const auto first = static_cast<unsigned char>(text[0]);
-    const auto last = static_cast<unsigned char>(text[length - 1]);
-    const std::size_t slot = (length * 7 + first * 3 + last) % SXmlParseState::kNameSlots;
-    SXmlParseState::SStoredName& stored = state.names[slot];
-    if (stored.length == length && SameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
-    char* copy = state.arena->CopyString(text, length);
-    stored.text = copy;
-    stored.length = length;
-    return copy;
+    return StoreNameInline(text, length, state);
 }
 
 char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state) {
@@ -325,6 +368,7 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
             } else {
                 const EStartTag end = ReadStartTag(node, state, cursor);
                 state.cursor = cursor;
+                SettleAttributes(node, state);
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
                 if (end == StartTagClosed) {

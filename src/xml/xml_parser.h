@@ -68,6 +68,11 @@ struct SXmlParseState {
         std::size_t length = 0;
     };
     SStoredName names[kNameSlots];
+    // The attributes of the start tag being read: the record gets them in one
+    // exact array when the tag ends, instead of an array that grows.
+    static constexpr int kPendingAttributes = 16;
+    SXmlAttribute pendingAttributes[kPendingAttributes];
+    int pendingAttributeCount = 0;
 };
 
 // The name of `length` bytes at `text` as a string in state.arena: a copy

@@ -94,9 +94,9 @@ inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClea
 // Appends decoded text to the node's text `index`. A text that comments are
 // merged into grows geometrically, so that a long run of "x<!-- -->" stays
 // linear.
-bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std::size_t length,
-                  SXmlParseState& state) {
-    char* target = node->texts[index];
+bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXmlParseState& state) {
+    char*& stored = state.content.Text(index);
+    char* target = stored;
     const bool growing = target == state.growingText;
     const std::size_t had = growing ? state.growingLength : std::strlen(target);
     std::size_t capacity = growing ? state.growingCapacity : had + 1;
@@ -110,7 +110,7 @@ bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std:
     const std::ptrdiff_t size = XmlDecode(text, length, state.end, target + had, state.error);
     if (size < 0) return false;
     target[had + static_cast<std::size_t>(size)] = '\0';
-    node->texts[index] = target;
+    stored = target;
     state.growingText = target;
     state.growingLength = had + static_cast<std::size_t>(size);
     state.growingCapacity = capacity;
@@ -119,7 +119,7 @@ bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std:
 
 // Stores the pending text up to `end`: trimmed, decoded, and joined to the
 // text before a comment that stands last in the node.
-[[gnu::noinline]] bool StorePendingTextNow(SXmlNodeData* node, SXmlParseState& state, const char* end) {
+[[gnu::noinline]] bool StorePendingTextNow(SXmlParseState& state, const char* end) {
     const char* p = state.pendingText;
     state.pendingText = nullptr;
     while (p < end && IsXmlSpace(*p)) ++p;
@@ -127,29 +127,30 @@ bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std:
     while (IsXmlSpace(end[-1])) --end;
     const auto length = static_cast<std::size_t>(end - p);
 
-    const std::int32_t entries = node->childCount + node->textCount + node->clearCount;
-    if (node->textCount > 0 && node->clearCount > 0) {
-        const std::uint32_t last = node->order[entries - 1];
-        const std::uint32_t before = node->order[entries - 2];
-        if ((last & 3) == XmlOrderClear && IsComment(node->clears[last >> 2]) && (before & 3) == XmlOrderText) {
+    CXmlOpenContent& content = state.content;
+    if (content.TextCount() > 0 && content.ClearCount() > 0) {
+        const std::uint32_t last = content.OrderFromEnd(1);
+        const std::uint32_t before = content.OrderFromEnd(2);
+        if ((last & 3) == XmlOrderClear && IsComment(content.Clear(last >> 2)) && (before & 3) == XmlOrderText) {
             // A text that fails to decode leaves the comment where it is.
             const std::size_t room = length + kXmlDecodeSlack;
             auto* scratch = static_cast<char*>(state.arena->Allocate(room, 1));
             const bool valid = XmlDecode(p, length, state.end, scratch, state.error) >= 0;
             state.arena->TrimLast(scratch, room, 0);
             if (!valid) return false;
-            RemoveClearAt(node, static_cast<int>(last >> 2));
-            return AppendToText(node, static_cast<std::int32_t>(before >> 2), p, length, state);
+            // The comment is the last clear section: its order entry is the last.
+            content.DropLastClear();
+            return AppendToText(before >> 2, p, length, state);
         }
     }
     char* text = DecodeCopy(p, length, state);
     if (text == nullptr) return false;
-    AppendText(node, text);
+    content.AddText(text);
     return true;
 }
 
-inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const char* end) {
-    return state.pendingText == nullptr || StorePendingTextNow(node, state, end);
+inline bool StorePendingText(SXmlParseState& state, const char* end) {
+    return state.pendingText == nullptr || StorePendingTextNow(state, end);
 }
 
 // Moves the waiting attributes behind those the record has, growing its array.
@@ -204,7 +205,7 @@ inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
-[[gnu::noinline]] bool ReadClear(SXmlNodeData* node, SXmlParseState& state, const SXmlClearMark* mark) {
+[[gnu::noinline]] bool ReadClear(SXmlParseState& state, const SXmlClearMark* mark) {
     const char* start = state.cursor;
     const char* close = nullptr;
     if (mark == &kXmlClearMarks[XmlClearDoctype]) {
@@ -224,17 +225,20 @@ inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
         return false;
     }
     state.cursor = close + std::strlen(mark->close);
-    if (close != start) AppendClear(node, state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
+    if (close != start)
+        state.content.AddClear(state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
     state.pendingText = state.cursor;
     return true;
 }
 
 [[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
-    SXmlNodeData* child =
-        AppendChild(node, StoreNameInline(name.start, name.length, state), name.length, tag.kind == TokenDeclarationStart);
+    SXmlNodeData* child = NewRecord(node->arena, StoreNameInline(name.start, name.length, state), name.length, node,
+                                    tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
+    state.content.AddChild(child);
+    state.content.Begin(child);
     return child;
 }
 
@@ -323,8 +327,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         state.error = XmlMissingEndTag;
         state.missingEndTag = state.cursor;
     }
-    StorePendingText(node, state, state.cursor);
-    ShrinkRecord(node);
+    StorePendingText(state, state.cursor);
     return false;
 }
 
@@ -347,7 +350,9 @@ char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state
     return DecodeCopy(text, length, state);
 }
 
-bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
+namespace {
+
+bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
     // One loop for the whole subtree: opening a child descends into it, and
     // an element that ends hands control back to its parent, which every
     // record knows. So the nesting of a document costs no stack.
@@ -372,7 +377,7 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
                 if (end == StartTagClosed) {
-                    ShrinkRecord(node);
+                    state.content.End(node);
                     complete = true;
                 }
             }
@@ -407,7 +412,7 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
 
                 case TokenTagStart:
                 case TokenDeclarationStart: {
-                    if (!StorePendingText(node, state, token.start)) {
+                    if (!StorePendingText(state, token.start)) {
                         state.cursor = cursor;
                         return false;
                     }
@@ -431,7 +436,7 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                 }
 
                 case TokenTagEnd: {
-                    if (!StorePendingText(node, state, token.start)) {
+                    if (!StorePendingText(state, token.start)) {
                         state.cursor = cursor;
                         return false;
                     }
@@ -449,15 +454,15 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                         state.endTag = name.start;
                         state.endTagLength = static_cast<std::uint32_t>(name.length);
                     }
-                    ShrinkRecord(node);
+                    state.content.End(node);
                     complete = true;
                     break;
                 }
 
                 case TokenClear: {
                     state.cursor = cursor;
-                    if (!StorePendingText(node, state, token.start)) return false;
-                    const bool read = ReadClear(node, state, token.mark);
+                    if (!StorePendingText(state, token.start)) return false;
+                    const bool read = ReadClear(state, token.mark);
                     cursor = state.cursor;
                     if (!read) return false;
                     break;
@@ -484,11 +489,21 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                     return false;
                 }
                 if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;
-                ShrinkRecord(node);
+                state.content.End(node);
                 complete = true;
             }
         }
     }
+}
+
+}  // namespace
+
+bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
+    state.content.Begin(top);
+    const bool complete = ParseTree(top, state);
+    // Elements still open where the reading stopped keep what they hold.
+    while (state.content.AnyOpen()) state.content.End(state.content.Innermost());
+    return complete;
 }
 
 void XmlLocate(const char* text, const char* target, std::int32_t& line, std::int32_t& column) noexcept {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "xml/xml_content.h"
 #include "xml/xml_node_data.h"
 
 namespace ZEM {
@@ -73,6 +74,8 @@ struct SXmlParseState {
     static constexpr int kPendingAttributes = 16;
     SXmlAttribute pendingAttributes[kPendingAttributes];
     int pendingAttributeCount = 0;
+    // Children, texts and clear sections of the elements open now.
+    CXmlOpenContent content;
 };
 
 // The name of `length` bytes at `text` as a string in state.arena: a copy

@@ -7,8 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <new>
-#include <vector>
 
 #include "xml/xml_node_data.h"
 
@@ -17,23 +18,42 @@ namespace ZEM {
 namespace xml_detail {
 
 // A stack that keeps its room when it shrinks, for entries that come and go
-// with each element.
+// with each element. The first entries live in the stack itself, so a small
+// document costs no allocation for them.
 template <class T>
 class CXmlStack {
 public:
+    CXmlStack() = default;
+    CXmlStack(const CXmlStack&) = delete;
+    CXmlStack& operator=(const CXmlStack&) = delete;
+
     std::uint32_t Size() const noexcept { return top_; }
-    T* At(std::uint32_t index) noexcept { return items_.data() + index; }
-    const T* At(std::uint32_t index) const noexcept { return items_.data() + index; }
+    T* At(std::uint32_t index) noexcept { return items_ + index; }
+    const T* At(std::uint32_t index) const noexcept { return items_ + index; }
     void Push(const T& item) {
-        if (top_ == items_.size()) items_.resize(items_.empty() ? 64 : items_.size() * 2);
+        if (top_ == capacity_) Grow();
         items_[top_++] = item;
     }
     void Pop() noexcept { --top_; }
     void CutTo(std::uint32_t size) noexcept { top_ = size; }
 
 private:
-    std::vector<T> items_;
+    static constexpr std::uint32_t kInline = 16;
+
+    void Grow() {
+        const std::uint32_t capacity = capacity_ * 2;
+        std::unique_ptr<T[]> grown(new T[capacity]);
+        std::memcpy(grown.get(), items_, static_cast<std::size_t>(top_) * sizeof(T));
+        heap_ = std::move(grown);
+        items_ = heap_.get();
+        capacity_ = capacity;
+    }
+
+    T inline_[kInline];
+    std::unique_ptr<T[]> heap_;
+    T* items_ = inline_;
     std::uint32_t top_ = 0;
+    std::uint32_t capacity_ = kInline;
 };
 
 }  // namespace xml_detail

@@ -182,12 +182,14 @@ void RunForEach(const XMLNode& loop, const ParameterMap& parameters, const LoopC
     } while (*rest != 0);
 }
 
-// Calls `run` for each child called `name`, in document order.
+// Calls `run` for each child called `name`, in document order: one pass.
 template <class Run>
 void VisitChildren(const XMLNode& parent, const char* name, const Run& run) {
-    int count = parent.ChildCount(name);
-    std::int32_t position = 0;
-    for (int i = 0; i < count; ++i) run(parent.NextChild(name, &position));
+    const int count = parent.ChildCount();
+    for (int i = 0; i < count; ++i) {
+        const XMLNode child = parent.ChildAtIndex(i);
+        if (child.Name() != nullptr && platform::EqualNoCase(child.Name(), name)) run(child);
+    }
 }
 
 // From this many children on, ForEachElement sorts them in one pass.

@@ -1,10 +1,11 @@
-// The record behind an XMLNode, and the building steps that the parser uses
-// on it directly. Only the node model and the parser include this header.
+// The record behind an XMLNode, and the building steps on it. Only the node
+// model and the parser include this header.
 //
 // All memory of a tree (records, strings, finished arrays) comes from one
-// CXmlArena. While an element is being built its arrays grow in fixed steps,
-// the first step in a block that the arena recycles from element to element,
-// later ones on the heap; when the element is finished they move into the
+// CXmlArena. The parser gives each element its arrays once, at their exact
+// sizes (xml_content.h). An element built through XMLNode grows its arrays in
+// fixed steps, the first step in a block that the arena recycles from element
+// to element, later ones on the heap; when it is finished they move into the
 // arena at their exact sizes.
 #pragma once
 

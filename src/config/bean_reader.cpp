@@ -12,6 +12,7 @@
 #include "config/argument_reader.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
+#include "platform/text.h"
 #include "platform/uuid.h"
 #include "substitution/loops.h"
 #include "zem/exception.h"
@@ -26,26 +27,80 @@ bool IsAscii(const char* text) {
     return true;
 }
 
+// The attributes of a bean element that the reader asks for, each as
+// AttributeValue would find it (the first of its name, ignoring case; null if
+// absent or written without '='), taken in one pass over the element.
+enum EBeanAttribute {
+    AttrClass, AttrName, AttrSingleton, AttrLazy, AttrAutoname, AttrExported,
+    AttrInitMethod, AttrExitMethod, AttrFactoryBean, AttrFactoryMethod, AttrCount
+};
+
+constexpr const char* kBeanAttributeNames[AttrCount] = {
+    "class", "name", "singleton", "lazy", "autoname", "exported",
+    "init-method", "exit-method", "factory-bean", "factory-method",
+};
+
+class CBeanAttributes {
+public:
+    explicit CBeanAttributes(const XMLNode& element) {
+        const int count = element.AttributeCount();
+        for (int i = 0; i < count; ++i) {
+            const char* name = element.AttributeNameAt(i);
+            const int known = Which(name);
+            if (known >= 0 && !found_[known]) {
+                found_[known] = true;
+                values_[known] = element.AttributeValueAt(i);
+            }
+        }
+    }
+    const char* operator[](EBeanAttribute which) const { return values_[which]; }
+
+private:
+    // The candidates by first letter, then compared whole.
+    static int Which(const char* name) {
+        auto candidate = [name](EBeanAttribute which) {
+            return platform::EqualNoCase(name, kBeanAttributeNames[which]) ? static_cast<int>(which) : -1;
+        };
+        switch (static_cast<unsigned char>(name[0]) | 0x20) {
+            case 'c': return candidate(AttrClass);
+            case 'n': return candidate(AttrName);
+            case 's': return candidate(AttrSingleton);
+            case 'l': return candidate(AttrLazy);
+            case 'a': return candidate(AttrAutoname);
+            case 'i': return candidate(AttrInitMethod);
+            case 'e': {
+                const int exported = candidate(AttrExported);
+                return exported >= 0 ? exported : candidate(AttrExitMethod);
+            }
+            case 'f': {
+                const int bean = candidate(AttrFactoryBean);
+                return bean >= 0 ? bean : candidate(AttrFactoryMethod);
+            }
+            default: return -1;
+        }
+    }
+
+    const char* values_[AttrCount] = {};
+    bool found_[AttrCount] = {};
+};
+
 // An attribute through the substitution engine, made narrow. An absent one
 // gives `fallback` untouched.
-std::string ReadAttribute(const XMLNode& element, const char* name, const ParameterMap& parameters,
-                          const char* fallback = "") {
-    const char* value = element.AttributeValue(name);
+std::string ReadAttribute(const char* value, const ParameterMap& parameters, const char* fallback = "") {
     return value != nullptr ? SubstitutedName(value, parameters) : std::string(fallback);
 }
 
 // A truth value attribute; an absent one gives `fallback`.
-bool ReadFlag(const XMLNode& element, const char* name, const ParameterMap& parameters, bool fallback) {
-    const char* value = element.AttributeValue(name);
+bool ReadFlag(const char* value, const ParameterMap& parameters, bool fallback) {
     return value != nullptr ? SubstitutedFlag(value, parameters) : fallback;
 }
 
 // The bean's name as written: the attribute, or for an inner bean the name its
 // holder made up, both substituted.
-std::string ReadName(const XMLNode& element, const ParameterMap& parameters, const char* innerName) {
+std::string ReadName(const CBeanAttributes& attributes, const ParameterMap& parameters, const char* innerName) {
     if (innerName != nullptr && *innerName != '\0')
         return SubstitutedName(innerName, parameters);
-    return ReadAttribute(element, "name", parameters);
+    return ReadAttribute(attributes[AttrName], parameters);
 }
 
 // Reads a `provides` element or a loop inside one. A loop reads its
@@ -117,11 +172,12 @@ void ReadBeans(CConfiguration& configuration, const XMLNode& element, SLibrary* 
 SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean& bean,
                    const ParameterMap& parameters, SLibrary* library, const char* innerName) {
     const bool inner = innerName != nullptr && *innerName != '\0';
+    const CBeanAttributes attributes(element);
 
-    std::string className = ReadAttribute(element, "class", parameters);
+    std::string className = ReadAttribute(attributes[AttrClass], parameters);
     if (className.empty())
         throw CException(Message(L"Missing class name when parsing type '",
-                                 ReadName(element, parameters, innerName), L"'"));
+                                 ReadName(attributes, parameters, innerName), L"'"));
 
     // Only the first '@' separates, and not at the very start: "@Foo" is a
     // class name, "a@b@c" the class a of the library "b@c".
@@ -133,20 +189,20 @@ SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean&
     }
     bean.className = std::move(className);
 
-    bean.name = ReadName(element, parameters, innerName);
+    bean.name = ReadName(attributes, parameters, innerName);
 
-    bean.singleton = inner ? false : ReadFlag(element, "singleton", parameters, false);
-    bean.lazy = inner ? true : ReadFlag(element, "lazy", parameters, true);
-    bean.autoname = ReadFlag(element, "autoname", parameters, false);
-    bean.exported = inner ? true : ReadFlag(element, "exported", parameters, true);
+    bean.singleton = inner ? false : ReadFlag(attributes[AttrSingleton], parameters, false);
+    bean.lazy = inner ? true : ReadFlag(attributes[AttrLazy], parameters, true);
+    bean.autoname = ReadFlag(attributes[AttrAutoname], parameters, false);
+    bean.exported = inner ? true : ReadFlag(attributes[AttrExported], parameters, true);
 
-    bean.initMethod = ReadAttribute(element, "init-method", parameters);
-    bean.exitMethod = ReadAttribute(element, "exit-method", parameters);
-    bean.factoryBean = ReadAttribute(element, "factory-bean", parameters);
+    bean.initMethod = ReadAttribute(attributes[AttrInitMethod], parameters);
+    bean.exitMethod = ReadAttribute(attributes[AttrExitMethod], parameters);
+    bean.factoryBean = ReadAttribute(attributes[AttrFactoryBean], parameters);
 
     // A present but empty attribute stays empty; it doesn't fall back on the
     // class. A ':' at position 0 cuts nothing.
-    const char* writtenMethod = element.AttributeValue("factory-method");
+    const char* writtenMethod = attributes[AttrFactoryMethod];
     std::string written;
     if (writtenMethod != nullptr) written = SubstitutedName(writtenMethod, parameters);
     const std::string& method = writtenMethod != nullptr ? written : bean.className;

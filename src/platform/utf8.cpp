@@ -4,9 +4,47 @@
 
 #include <cstdint>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace ZEM::platform {
 
 namespace {
+
+// The end of the run of ASCII bytes that begins at `p`.
+const unsigned char* AsciiRunEnd(const unsigned char* p, const unsigned char* end) {
+#if defined(__SSE2__)
+    while (end - p >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const auto high = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+        if (high != 0) return p + __builtin_ctz(high);
+        p += 16;
+    }
+#endif
+    while (p < end && *p < 0x80) ++p;
+    return p;
+}
+
+// `count` ASCII bytes as wide characters, 16 at a time where wchar_t has 32 bits.
+void WidenAscii(const unsigned char* p, std::size_t count, wchar_t* into) {
+#if defined(__SSE2__)
+    if constexpr (sizeof(wchar_t) == 4) {
+        const __m128i zero = _mm_setzero_si128();
+        for (; count >= 16; count -= 16, p += 16, into += 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            const __m128i low = _mm_unpacklo_epi8(bytes, zero);
+            const __m128i high = _mm_unpackhi_epi8(bytes, zero);
+            auto* out = reinterpret_cast<__m128i*>(into);
+            _mm_storeu_si128(out, _mm_unpacklo_epi16(low, zero));
+            _mm_storeu_si128(out + 1, _mm_unpackhi_epi16(low, zero));
+            _mm_storeu_si128(out + 2, _mm_unpacklo_epi16(high, zero));
+            _mm_storeu_si128(out + 3, _mm_unpackhi_epi16(high, zero));
+        }
+    }
+#endif
+    for (; count != 0; --count) *into++ = static_cast<wchar_t>(*p++);
+}
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
@@ -52,12 +90,11 @@ void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
         unsigned char b = *p;
         if (b < 0x80) {
             // A run of ASCII is widened in one step.
-            const unsigned char* run = p + 1;
-            while (run < end && *run < 0x80) ++run;
+            const unsigned char* run = AsciiRunEnd(p + 1, end);
             const std::size_t at = out.size();
             out.resize(at + static_cast<std::size_t>(run - p));
-            wchar_t* into = out.data() + at;
-            for (; p < run; ++p) *into++ = static_cast<wchar_t>(*p);
+            WidenAscii(p, static_cast<std::size_t>(run - p), out.data() + at);
+            p = run;
             continue;
         }
         int need;

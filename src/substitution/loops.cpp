@@ -182,12 +182,46 @@ void RunForEach(const XMLNode& loop, const ParameterMap& parameters, const LoopC
     } while (*rest != 0);
 }
 
-// Calls `run` for each child called `name`, in document order.
+// Calls `run` for each child called `name`, in document order: one pass.
 template <class Run>
 void VisitChildren(const XMLNode& parent, const char* name, const Run& run) {
-    int count = parent.ChildCount(name);
-    std::int32_t position = 0;
-    for (int i = 0; i < count; ++i) run(parent.NextChild(name, &position));
+    const int count = parent.ChildCount();
+    for (int i = 0; i < count; ++i) {
+        const XMLNode child = parent.ChildAtIndex(i);
+        if (child.Name() != nullptr && platform::EqualNoCase(child.Name(), name)) run(child);
+    }
+}
+
+// From this many children on, ForEachElement sorts them in one pass.
+constexpr int kSortedChildren = 32;
+
+struct SKindAt {
+    std::uint32_t kind;  // the position of the child's tag; then "for", then "foreach"
+    std::int32_t index;  // of the child
+};
+
+// The children that ForEachElement visits, in the order it visits them: by
+// kind (the tags in their order, which are distinct, then the loops), each
+// kind in document order.
+std::vector<SKindAt> SortChildren(const XMLNode& parent, const std::vector<const char*>& tags) {
+    const std::uint32_t kinds = static_cast<std::uint32_t>(tags.size()) + 2;
+    std::vector<SKindAt> found;
+    const int count = parent.ChildCount();
+    found.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        const char* name = parent.ChildAtIndex(i).Name();
+        if (name == nullptr) continue;
+        std::uint32_t kind = 0;
+        while (kind < kinds) {
+            const char* tag = kind < tags.size() ? tags[kind] : kind == tags.size() ? "for" : "foreach";
+            if (platform::EqualNoCase(name, tag)) break;
+            ++kind;
+        }
+        if (kind < kinds) found.push_back(SKindAt{kind, i});
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const SKindAt& a, const SKindAt& b) { return a.kind < b.kind; });
+    return found;
 }
 
 }  // namespace
@@ -223,9 +257,26 @@ void ForEachElement(const XMLNode& parent, const std::vector<const char*>& tags,
                     const LoopCallback& onLoop) {
     std::optional<CLoopReading> own;
     if (t_reading == nullptr) own.emplace();
-    for (const char* tag : tags) VisitChildren(parent, tag, onElement);
-    VisitChildren(parent, "for", [&](const XMLNode& loop) { RunFor(loop, parameters, onLoop); });
-    VisitChildren(parent, "foreach", [&](const XMLNode& loop) { RunForEach(loop, parameters, onLoop); });
+    if (parent.ChildCount() < kSortedChildren) {
+        for (const char* tag : tags) VisitChildren(parent, tag, onElement);
+        VisitChildren(parent, "for", [&](const XMLNode& loop) { RunFor(loop, parameters, onLoop); });
+        VisitChildren(parent, "foreach", [&](const XMLNode& loop) { RunForEach(loop, parameters, onLoop); });
+        return;
+    }
+    // Many children (a beans element of a large document): one pass sorts
+    // them by kind, instead of two passes over all of them for each kind.
+    const std::vector<SKindAt> sorted = SortChildren(parent, tags);
+    const std::uint32_t forKind = static_cast<std::uint32_t>(tags.size());
+    for (const SKindAt& entry : sorted) {
+        const XMLNode child = parent.ChildAtIndex(entry.index);
+        if (entry.kind < forKind) {
+            onElement(child);
+        } else if (entry.kind == forKind) {
+            RunFor(child, parameters, onLoop);
+        } else {
+            RunForEach(child, parameters, onLoop);
+        }
+    }
 }
 
 }  // namespace ZEM

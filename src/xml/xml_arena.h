@@ -48,6 +48,33 @@ inline void XmlCopyBytes(void* to, const void* from, std::size_t size) noexcept 
     std::memcpy(out, in, size);
 }
 
+namespace xml_detail {
+
+// The first and the last `sizeof(Word)` bytes of both, which overlap for
+// lengths below twice that size.
+template <class Word>
+inline bool SameEnds(const char* a, const char* b, std::size_t length) noexcept {
+    Word a0, a1, b0, b1;
+    std::memcpy(&a0, a, sizeof(Word));
+    std::memcpy(&b0, b, sizeof(Word));
+    std::memcpy(&a1, a + length - sizeof(Word), sizeof(Word));
+    std::memcpy(&b1, b + length - sizeof(Word), sizeof(Word));
+    return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+}
+
+}  // namespace xml_detail
+
+// Byte for byte, also in case, for the short names of a tree: up to 16 bytes
+// in two words each way, longer ones by memcmp.
+inline bool XmlSameBytes(const char* a, const char* b, std::size_t length) noexcept {
+    if (length > 16) return std::memcmp(a, b, length) == 0;
+    if (length >= 8) return xml_detail::SameEnds<std::uint64_t>(a, b, length);
+    if (length >= 4) return xml_detail::SameEnds<std::uint32_t>(a, b, length);
+    for (std::size_t i = 0; i < length; ++i)
+        if (a[i] != b[i]) return false;
+    return true;
+}
+
 class CXmlArena {
 public:
     // A new arena that no record uses yet. Throws std::bad_alloc.

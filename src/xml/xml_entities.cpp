@@ -91,6 +91,46 @@ const char* ReadReference(const char* p, const char* end, char& byte, std::uint3
     return nullptr;
 }
 
+template <class Word>
+inline Word WordOf(const char* bytes) {
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// The five entities as a document mostly writes them, in lower case, each
+// compared as a word or two: their length with their byte, or 0 for anything
+// else, which ReadReference then takes apart.
+inline std::size_t CommonEntity(const char* p, const char* end, char& byte) {
+    const auto left = static_cast<std::size_t>(end - p);
+    if (left < 4) return 0;
+    const auto head = WordOf<std::uint32_t>(p);
+    if (head == WordOf<std::uint32_t>("&lt;")) {
+        byte = '<';
+        return 4;
+    }
+    if (head == WordOf<std::uint32_t>("&gt;")) {
+        byte = '>';
+        return 4;
+    }
+    if (left >= 5 && head == WordOf<std::uint32_t>("&amp") && p[4] == ';') {
+        byte = '&';
+        return 5;
+    }
+    if (left >= 6) {
+        const auto tail = WordOf<std::uint16_t>(p + 4);
+        if (head == WordOf<std::uint32_t>("&quo") && tail == WordOf<std::uint16_t>("t;")) {
+            byte = '"';
+            return 6;
+        }
+        if (head == WordOf<std::uint32_t>("&apo") && tail == WordOf<std::uint16_t>("s;")) {
+            byte = '\'';
+            return 6;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 std::ptrdiff_t XmlDecode(const char* text, std::size_t length, const char* textEnd, char* out, std::uint32_t& error) {
@@ -129,6 +169,9 @@ std::ptrdiff_t XmlDecode(const char* text, std::size_t length, const char* textE
             std::memcpy(next, p, width);
             next += width;
             p += width;
+        } else if (const std::size_t common = CommonEntity(p, end, *next); common != 0) {
+            p += common;
+            ++next;
         } else {
             p = ReadReference(p, end, *next, error);
             if (p == nullptr) return -1;

@@ -34,9 +34,11 @@ bool SameName(const char* stored, const char* wanted) {
     return stored != nullptr && platform::EqualNoCase(stored, wanted);
 }
 
-// A child's name is compared only when its length is that of the wanted one.
+// A child's name is compared only when its length is that of the wanted one;
+// most names are written in the case they are asked for.
 bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
-    return child->nameLength == wantedLength && SameName(child->name, wanted);
+    return child->nameLength == wantedLength && child->name != nullptr &&
+           (XmlSameBytes(child->name, wanted, wantedLength) || platform::EqualNoCase(child->name, wanted));
 }
 
 const XMLNode kEmptyNode;

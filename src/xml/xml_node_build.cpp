@@ -3,9 +3,9 @@
 // removal of clear entries, and the destruction of records whose count has
 // reached 0.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <new>
 
 #include "xml/xml_node_data.h"
@@ -14,8 +14,14 @@ namespace ZEM::xml_detail {
 
 namespace {
 
-// Beyond this an order entry (index * 4 + kind) would not fit in 32 bits.
-constexpr std::int32_t kMaxEntries = (std::numeric_limits<std::int32_t>::max() / 4) - kXmlOrderStep;
+constexpr std::int32_t kMaxEntries = kXmlMaxEntries;
+
+template <std::uint32_t Kind>
+constexpr std::array<std::uint32_t, kXmlSharedOrderSize> MakeSharedOrder() {
+    std::array<std::uint32_t, kXmlSharedOrderSize> order{};
+    for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i * 4 + Kind;
+    return order;
+}
 
 SXmlGrowing* HeaderOf(void* array) { return static_cast<SXmlGrowing*>(array) - 1; }
 
@@ -65,6 +71,7 @@ void FreeHeapArrays(SXmlNodeData* node) noexcept {
 // Removes the order entry `index * 4 + kind` and lowers the index of every
 // later entry of that kind. `entries` is the count before the removal.
 void RemoveOrder(SXmlNodeData* node, std::int32_t entries, std::int32_t index, std::uint32_t kind) {
+    if (IsSharedOrder(node->order)) return;
     const std::uint32_t wanted = static_cast<std::uint32_t>(index) * 4 + kind;
     std::int32_t at = entries - 1;
     while (at >= 0 && node->order[at] != wanted) --at;
@@ -89,6 +96,9 @@ void LeaveParent(SXmlNodeData* node) noexcept {
 }
 
 }  // namespace
+
+const std::array<std::uint32_t, kXmlSharedOrderSize> kXmlChildOrder = MakeSharedOrder<XmlOrderChild>();
+const std::array<std::uint32_t, kXmlSharedOrderSize> kXmlTextOrder = MakeSharedOrder<XmlOrderText>();
 
 void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, std::size_t entrySize) {
     const int step = kind == XmlArrayOrder ? kXmlOrderStep : kXmlArrayStep;

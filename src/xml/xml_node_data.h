@@ -1,14 +1,17 @@
-// The record behind an XMLNode, and the building steps that the parser uses
-// on it directly. Only the node model and the parser include this header.
+// The record behind an XMLNode, and the building steps on it. Only the node
+// model and the parser include this header.
 //
 // All memory of a tree (records, strings, finished arrays) comes from one
-// CXmlArena. While an element is being built its arrays grow in fixed steps,
-// the first step in a block that the arena recycles from element to element,
-// later ones on the heap; when the element is finished they move into the
+// CXmlArena. The parser gives each element its arrays once, at their exact
+// sizes (xml_content.h). An element built through XMLNode grows its arrays in
+// fixed steps, the first step in a block that the arena recycles from element
+// to element, later ones on the heap; when it is finished they move into the
 // arena at their exact sizes.
 #pragma once
 
 #include <cstddef>
+#include <array>
+#include <climits>
 #include <cstdint>
 
 #include "xml/xml_arena.h"
@@ -60,6 +63,26 @@ struct SXmlNodeData {
 };
 
 namespace xml_detail {
+
+// Beyond this an order entry (index * 4 + kind) would not fit in 32 bits.
+constexpr std::int32_t kXmlMaxEntries = (INT32_MAX / 4) - kXmlOrderStep;
+
+// The order of an element that holds only children, or only texts, is the
+// same for every such element of that size: up to this size the record points
+// at one of two shared tables instead of an array of its own. A shared table
+// is never written; removing an entry from such an element leaves the order
+// of the rest as it is.
+constexpr int kXmlSharedOrderSize = 64;
+extern const std::array<std::uint32_t, kXmlSharedOrderSize> kXmlChildOrder;
+extern const std::array<std::uint32_t, kXmlSharedOrderSize> kXmlTextOrder;
+inline bool IsSharedOrder(const std::uint32_t* order) noexcept {
+    const auto at = reinterpret_cast<std::uintptr_t>(order);
+    const auto within = [at](const std::array<std::uint32_t, kXmlSharedOrderSize>& table) {
+        const auto first = reinterpret_cast<std::uintptr_t>(table.data());
+        return at >= first && at < first + sizeof table;
+    };
+    return within(kXmlChildOrder) || within(kXmlTextOrder);
+}
 
 // The arrays of a record, in the order of their bits in heapArrays.
 enum EXmlArrayKind { XmlArrayChildren, XmlArrayTexts, XmlArrayClears, XmlArrayAttributes, XmlArrayOrder };

@@ -7,6 +7,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "xml/xml_document.h"
 #include "xml/xml_entities.h"
 #include "xml/xml_tokenizer.h"
@@ -17,22 +21,21 @@ namespace {
 
 using namespace xml_detail;
 
-// The name of `node` matches a name of `length` bytes in the input when it
-// equals the input's start, ignoring case, and the input's name ends right
-// there (at white space, '/', '<', '=' or '>').
-inline bool NameMatches(const SXmlNodeData* node, const char* other, std::size_t length) {
-    const char* stored = node->name;
-    if (stored == nullptr || node->nameLength > length) return false;
-    const std::size_t count = node->nameLength;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (stored[i] != other[i] && XmlLower(stored[i]) != XmlLower(other[i])) return false;
-    }
-    const char next = other[count];
-    return IsXmlSpace(next) || next == '/' || next == '<' || next == '=' || next == '>';
-}
-
 // A decoded copy in the arena, or null with the error set.
 char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
+#if defined(__SSE2__)
+    // Most values are short and hold no reference: without an '&' the bytes
+    // stay as they are (a character from 0x80 is copied whole either way).
+    if (length <= 32 && state.end - text >= 32) {
+        const __m128i amp = _mm_set1_epi8('&');
+        const auto low = static_cast<unsigned>(
+            _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), amp)));
+        const auto high = static_cast<unsigned>(
+            _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
+        const std::uint64_t within = (std::uint64_t{1} << length) - 1;
+        if (((low | (high << 16)) & within) == 0) return state.arena->CopyString(text, length);
+    }
+#endif
     const std::size_t room = length + kXmlDecodeSlack + 1;
     auto* copy = static_cast<char*>(state.arena->Allocate(room, 1));
     const std::ptrdiff_t size = XmlDecode(text, length, state.end, copy, state.error);
@@ -42,27 +45,48 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
     return copy;
 }
 
-// The first and the last `sizeof(Word)` bytes of both, which overlap for
-// lengths below twice that size.
-template <class Word>
-inline bool SameEnds(const char* a, const char* b, std::size_t length) {
-    Word a0, a1, b0, b1;
-    std::memcpy(&a0, a, sizeof(Word));
-    std::memcpy(&b0, b, sizeof(Word));
-    std::memcpy(&a1, a + length - sizeof(Word), sizeof(Word));
-    std::memcpy(&b1, b + length - sizeof(Word), sizeof(Word));
-    return ((a0 ^ b0) | (a1 ^ b1)) == 0;
+// The name of `node` matches a name of `length` bytes in the input when it
+// equals the input's start, ignoring case, and the input's name ends right
+// there (at white space, '/', '<', '=' or '>').
+inline bool NameMatches(const SXmlNodeData* node, const char* other, std::size_t length) {
+    const char* stored = node->name;
+    if (stored == nullptr || node->nameLength > length) return false;
+    const std::size_t count = node->nameLength;
+    // An end tag mostly repeats its start tag byte for byte.
+    if (!XmlSameBytes(stored, other, count)) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (stored[i] != other[i] && XmlLower(stored[i]) != XmlLower(other[i])) return false;
+        }
+    }
+    const char next = other[count];
+    return IsXmlSpace(next) || next == '/' || next == '<' || next == '=' || next == '>';
 }
 
-// Byte for byte, also in case: up to 16 bytes in two words each way, longer
-// names by memcmp.
-inline bool SameBytes(const char* a, const char* b, std::size_t length) {
-    if (length > 16) return std::memcmp(a, b, length) == 0;
-    if (length >= 8) return SameEnds<std::uint64_t>(a, b, length);
-    if (length >= 4) return SameEnds<std::uint32_t>(a, b, length);
-    for (std::size_t i = 0; i < length; ++i)
-        if (a[i] != b[i]) return false;
-    return true;
+// The name's slot among the names stored lately: the length and the bytes at
+// both ends tell most names of a document apart.
+inline SXmlParseState::SStoredName& NameSlot(const char* text, std::size_t length, SXmlParseState& state) {
+    const auto first = static_cast<unsigned char>(text[0]);
+    const auto last = static_cast<unsigned char>(text[length - 1]);
+    return state.names[(length * 7 + first * 3 + last) % SXmlParseState::kNameSlots];
+}
+
+[[gnu::noinline]] char* StoreNewName(const char* text, std::size_t length, SXmlParseState& state) {
+    char* copy = state.arena->CopyString(text, length);
+    if (length != 0) {
+        SXmlParseState::SStoredName& stored = NameSlot(text, length, state);
+        stored.text = copy;
+        stored.length = length;
+    }
+    return copy;
+}
+
+// StoreName with the usual case, a name seen lately, inline.
+[[gnu::always_inline]] inline char* StoreNameInline(const char* text, std::size_t length, SXmlParseState& state) {
+    if (length != 0) {
+        const SXmlParseState::SStoredName& stored = NameSlot(text, length, state);
+        if (stored.length == length && XmlSameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
+    }
+    return StoreNewName(text, length, state);
 }
 
 inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClearMarks[XmlClearComment].open; }
@@ -70,9 +94,9 @@ inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClea
 // Appends decoded text to the node's text `index`. A text that comments are
 // merged into grows geometrically, so that a long run of "x<!-- -->" stays
 // linear.
-bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std::size_t length,
-                  SXmlParseState& state) {
-    char* target = node->texts[index];
+bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXmlParseState& state) {
+    char*& stored = state.content.Text(index);
+    char* target = stored;
     const bool growing = target == state.growingText;
     const std::size_t had = growing ? state.growingLength : std::strlen(target);
     std::size_t capacity = growing ? state.growingCapacity : had + 1;
@@ -86,7 +110,7 @@ bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std:
     const std::ptrdiff_t size = XmlDecode(text, length, state.end, target + had, state.error);
     if (size < 0) return false;
     target[had + static_cast<std::size_t>(size)] = '\0';
-    node->texts[index] = target;
+    stored = target;
     state.growingText = target;
     state.growingLength = had + static_cast<std::size_t>(size);
     state.growingCapacity = capacity;
@@ -95,7 +119,7 @@ bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std:
 
 // Stores the pending text up to `end`: trimmed, decoded, and joined to the
 // text before a comment that stands last in the node.
-[[gnu::noinline]] bool StorePendingTextNow(SXmlNodeData* node, SXmlParseState& state, const char* end) {
+[[gnu::noinline]] bool StorePendingTextNow(SXmlParseState& state, const char* end) {
     const char* p = state.pendingText;
     state.pendingText = nullptr;
     while (p < end && IsXmlSpace(*p)) ++p;
@@ -103,29 +127,59 @@ bool AppendToText(SXmlNodeData* node, std::int32_t index, const char* text, std:
     while (IsXmlSpace(end[-1])) --end;
     const auto length = static_cast<std::size_t>(end - p);
 
-    const std::int32_t entries = node->childCount + node->textCount + node->clearCount;
-    if (node->textCount > 0 && node->clearCount > 0) {
-        const std::uint32_t last = node->order[entries - 1];
-        const std::uint32_t before = node->order[entries - 2];
-        if ((last & 3) == XmlOrderClear && IsComment(node->clears[last >> 2]) && (before & 3) == XmlOrderText) {
+    CXmlOpenContent& content = state.content;
+    if (content.TextCount() > 0 && content.ClearCount() > 0) {
+        const std::uint32_t last = content.OrderFromEnd(1);
+        const std::uint32_t before = content.OrderFromEnd(2);
+        if ((last & 3) == XmlOrderClear && IsComment(content.Clear(last >> 2)) && (before & 3) == XmlOrderText) {
             // A text that fails to decode leaves the comment where it is.
             const std::size_t room = length + kXmlDecodeSlack;
             auto* scratch = static_cast<char*>(state.arena->Allocate(room, 1));
             const bool valid = XmlDecode(p, length, state.end, scratch, state.error) >= 0;
             state.arena->TrimLast(scratch, room, 0);
             if (!valid) return false;
-            RemoveClearAt(node, static_cast<int>(last >> 2));
-            return AppendToText(node, static_cast<std::int32_t>(before >> 2), p, length, state);
+            // The comment is the last clear section: its order entry is the last.
+            content.DropLastClear();
+            return AppendToText(before >> 2, p, length, state);
         }
     }
     char* text = DecodeCopy(p, length, state);
     if (text == nullptr) return false;
-    AppendText(node, text);
+    content.AddText(text);
     return true;
 }
 
-inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const char* end) {
-    return state.pendingText == nullptr || StorePendingTextNow(node, state, end);
+inline bool StorePendingText(SXmlParseState& state, const char* end) {
+    return state.pendingText == nullptr || StorePendingTextNow(state, end);
+}
+
+// Moves the waiting attributes behind those the record has, growing its array.
+[[gnu::noinline]] void SpillAttributes(SXmlNodeData* node, SXmlParseState& state) {
+    for (int i = 0; i < state.pendingAttributeCount; ++i)
+        AppendAttribute(node, state.pendingAttributes[i].name, state.pendingAttributes[i].value);
+    state.pendingAttributeCount = 0;
+}
+
+inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, char* value) {
+    if (state.pendingAttributeCount == SXmlParseState::kPendingAttributes) SpillAttributes(node, state);
+    state.pendingAttributes[state.pendingAttributeCount++] = SXmlAttribute{name, value};
+}
+
+// The start tag has ended: its attributes go into the record, at their exact
+// size unless some went ahead already.
+inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
+    const int count = state.pendingAttributeCount;
+    if (count == 0) return;
+    if (node->attributeCount != 0) {
+        SpillAttributes(node, state);
+        return;
+    }
+    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(SXmlAttribute);
+    auto* exact = static_cast<SXmlAttribute*>(state.arena->Allocate(bytes));
+    XmlCopyBytes(exact, state.pendingAttributes, bytes);
+    node->attributes = exact;
+    node->attributeCount = count;
+    state.pendingAttributeCount = 0;
 }
 
 // The shared name and a decoded copy of the value.
@@ -138,20 +192,20 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
         ++text;
         length -= 2;
     }
-    char* storedName = StoreName(name, nameLength, state);
+    char* storedName = StoreNameInline(name, nameLength, state);
     char* decoded = DecodeCopy(text, length, state);
     if (decoded == nullptr) return false;
-    AppendAttribute(node, storedName, decoded);
+    AddAttribute(node, state, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AppendAttribute(node, StoreName(name, nameLength, state), nullptr);
+    AddAttribute(node, state, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
-[[gnu::noinline]] bool ReadClear(SXmlNodeData* node, SXmlParseState& state, const SXmlClearMark* mark) {
+[[gnu::noinline]] bool ReadClear(SXmlParseState& state, const SXmlClearMark* mark) {
     const char* start = state.cursor;
     const char* close = nullptr;
     if (mark == &kXmlClearMarks[XmlClearDoctype]) {
@@ -171,17 +225,20 @@ inline bool StorePendingText(SXmlNodeData* node, SXmlParseState& state, const ch
         return false;
     }
     state.cursor = close + std::strlen(mark->close);
-    if (close != start) AppendClear(node, state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
+    if (close != start)
+        state.content.AddClear(state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
     state.pendingText = state.cursor;
     return true;
 }
 
 [[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
-    SXmlNodeData* child =
-        AppendChild(node, StoreName(name.start, name.length, state), name.length, tag.kind == TokenDeclarationStart);
+    SXmlNodeData* child = NewRecord(node->arena, StoreNameInline(name.start, name.length, state), name.length, node,
+                                    tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
+    state.content.AddChild(child);
+    state.content.Begin(child);
     return child;
 }
 
@@ -270,8 +327,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         state.error = XmlMissingEndTag;
         state.missingEndTag = state.cursor;
     }
-    StorePendingText(node, state, state.cursor);
-    ShrinkRecord(node);
+    StorePendingText(state, state.cursor);
     return false;
 }
 
@@ -287,24 +343,16 @@ const SXmlClearMark kXmlClearMarks[4] = {
 const SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
 
 char* StoreName(const char* text, std::size_t length, SXmlParseState& state) {
-    // The length and the bytes at both ends tell most names of a document apart.
-    if (length == 0) return state.arena->CopyString(text, 0);
-    const auto first = static_cast<unsigned char>(text[0]);
-    const auto last = static_cast<unsigned char>(text[length - 1]);
-    const std::size_t slot = (length * 7 + first * 3 + last) % SXmlParseState::kNameSlots;
-    SXmlParseState::SStoredName& stored = state.names[slot];
-    if (stored.length == length && SameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
-    char* copy = state.arena->CopyString(text, length);
-    stored.text = copy;
-    stored.length = length;
-    return copy;
+    return StoreNameInline(text, length, state);
 }
 
 char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state) {
     return DecodeCopy(text, length, state);
 }
 
-bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
+namespace {
+
+bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
     // One loop for the whole subtree: opening a child descends into it, and
     // an element that ends hands control back to its parent, which every
     // record knows. So the nesting of a document costs no stack.
@@ -325,10 +373,11 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
             } else {
                 const EStartTag end = ReadStartTag(node, state, cursor);
                 state.cursor = cursor;
+                SettleAttributes(node, state);
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
                 if (end == StartTagClosed) {
-                    ShrinkRecord(node);
+                    state.content.End(node);
                     complete = true;
                 }
             }
@@ -363,7 +412,7 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
 
                 case TokenTagStart:
                 case TokenDeclarationStart: {
-                    if (!StorePendingText(node, state, token.start)) {
+                    if (!StorePendingText(state, token.start)) {
                         state.cursor = cursor;
                         return false;
                     }
@@ -387,7 +436,7 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                 }
 
                 case TokenTagEnd: {
-                    if (!StorePendingText(node, state, token.start)) {
+                    if (!StorePendingText(state, token.start)) {
                         state.cursor = cursor;
                         return false;
                     }
@@ -405,15 +454,15 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                         state.endTag = name.start;
                         state.endTagLength = static_cast<std::uint32_t>(name.length);
                     }
-                    ShrinkRecord(node);
+                    state.content.End(node);
                     complete = true;
                     break;
                 }
 
                 case TokenClear: {
                     state.cursor = cursor;
-                    if (!StorePendingText(node, state, token.start)) return false;
-                    const bool read = ReadClear(node, state, token.mark);
+                    if (!StorePendingText(state, token.start)) return false;
+                    const bool read = ReadClear(state, token.mark);
                     cursor = state.cursor;
                     if (!read) return false;
                     break;
@@ -440,11 +489,21 @@ bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
                     return false;
                 }
                 if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;
-                ShrinkRecord(node);
+                state.content.End(node);
                 complete = true;
             }
         }
     }
+}
+
+}  // namespace
+
+bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
+    state.content.Begin(top);
+    const bool complete = ParseTree(top, state);
+    // Elements still open where the reading stopped keep what they hold.
+    while (state.content.AnyOpen()) state.content.End(state.content.Innermost());
+    return complete;
 }
 
 void XmlLocate(const char* text, const char* target, std::int32_t& line, std::int32_t& column) noexcept {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "xml/xml_content.h"
 #include "xml/xml_node_data.h"
 
 namespace ZEM {
@@ -68,6 +69,13 @@ struct SXmlParseState {
         std::size_t length = 0;
     };
     SStoredName names[kNameSlots];
+    // The attributes of the start tag being read: the record gets them in one
+    // exact array when the tag ends, instead of an array that grows.
+    static constexpr int kPendingAttributes = 16;
+    SXmlAttribute pendingAttributes[kPendingAttributes];
+    int pendingAttributeCount = 0;
+    // Children, texts and clear sections of the elements open now.
+    CXmlOpenContent content;
 };
 
 // The name of `length` bytes at `text` as a string in state.arena: a copy

@@ -102,6 +102,16 @@ TEST(ForEachElement, WalkOrder) {
                              R"(<For first="2" last="2" substitute="i"><service name="for-%i%"/></For>)";
     EXPECT_EQ(Walk(body), "b1,b2,s1,for-1,for-2,each-x,each-y");
     EXPECT_EQ(Walk(body, ParameterMap(), {"service", "bean"}), "s1,b1,b2,for-1,for-2,each-x,each-y");
+    // The same with enough children that they are sorted in one pass.
+    std::string many, beans, services, fors, eaches;
+    for (int i = 0; i < 5; ++i) {
+        many += body;
+        beans += "b1,b2,";
+        services += "s1,";
+        fors += "for-1,for-2,";
+        eaches += i != 0 ? ",each-x,each-y" : "each-x,each-y";
+    }
+    EXPECT_EQ(Walk(many), beans + services + fors + eaches);
 
     // A loop's attributes are tested when the walk reaches it: what comes
     // before it has been read, and earlier loops have run.

@@ -68,6 +68,23 @@ TEST(XmlNode, FiftyOneAttributesAndChildrenStayInOrder) {
     EXPECT_STREQ(root.AttributeValue("N50"), "50");
 }
 
+// Elements with only children or only texts share their order; one that
+// grows afterwards gets its own, and the shared one stays as it was.
+TEST(XmlNode, SharedOrderIsCopiedBeforeItChanges) {
+    std::string many, manyDump;
+    for (int i = 0; i < 70; ++i) {
+        many += "<c/>";
+        manyDump += i != 0 ? ",c" : "c";
+    }
+    EXPECT_EQ(DumpXml(Parse("<a>" + many + "</a>")), "a{" + manyDump + "}");
+
+    XMLNode grown = Parse("<a><b/><c/></a>");
+    grown.AddText(strdup("t"));
+    grown.NextChild("b").AddText(strdup("u"));
+    EXPECT_EQ(DumpXml(grown), "a{b{\"u\"},c,\"t\"}");
+    EXPECT_EQ(DumpXml(Parse("<x><y/><z>v</z><w/></x>")), "x{y,z{\"v\"},w}");
+}
+
 TEST(XmlNode, HandlesShareRecordsAndChildrenOutliveParents) {
     XMLNode inner;
     XMLNode declaration;

@@ -1,0 +1,130 @@
+// The content of the elements that the parser has open: children, texts,
+// clear sections and their order, on stacks shared by all open elements. An
+// element's entries follow those of its ancestors, so when it ends they are
+// the top of each stack and leave for one exact block of the tree's arena.
+// Only the parser uses this; elements built through XMLNode grow their own arrays.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "xml/xml_node_data.h"
+
+namespace ZEM {
+
+namespace xml_detail {
+
+// A stack that keeps its room when it shrinks, for entries that come and go
+// with each element. The first entries live in the stack itself, so a small
+// document costs no allocation for them.
+template <class T>
+class CXmlStack {
+public:
+    CXmlStack() = default;
+    CXmlStack(const CXmlStack&) = delete;
+    CXmlStack& operator=(const CXmlStack&) = delete;
+
+    std::uint32_t Size() const noexcept { return top_; }
+    T* At(std::uint32_t index) noexcept { return items_ + index; }
+    const T* At(std::uint32_t index) const noexcept { return items_ + index; }
+    void Push(const T& item) {
+        if (top_ == capacity_) Grow();
+        items_[top_++] = item;
+    }
+    void Pop() noexcept { --top_; }
+    void CutTo(std::uint32_t size) noexcept { top_ = size; }
+
+private:
+    static constexpr std::uint32_t kInline = 16;
+
+    void Grow() {
+        const std::uint32_t capacity = capacity_ * 2;
+        std::unique_ptr<T[]> grown(new T[capacity]);
+        std::memcpy(grown.get(), items_, static_cast<std::size_t>(top_) * sizeof(T));
+        heap_ = std::move(grown);
+        items_ = heap_.get();
+        capacity_ = capacity;
+    }
+
+    T inline_[kInline];
+    std::unique_ptr<T[]> heap_;
+    T* items_ = inline_;
+    std::uint32_t top_ = 0;
+    std::uint32_t capacity_ = kInline;
+};
+
+}  // namespace xml_detail
+
+class CXmlOpenContent {
+public:
+    // `node` opens; its entries go on top of its parent's.
+    void Begin(SXmlNodeData* node) {
+        starts_.Push(SStart{children_.Size(), texts_.Size(), clears_.Size(), order_.Size()});
+        innermost_ = node;
+    }
+
+    // The element that opened last and hasn't ended; null when none is open.
+    SXmlNodeData* Innermost() const noexcept { return innermost_; }
+    bool AnyOpen() const noexcept { return starts_.Size() != 0; }
+
+    void AddChild(SXmlNodeData* child) {
+        const std::uint32_t index = children_.Size() - Start().children;
+        Append(index * 4 + XmlOrderChild);
+        children_.Push(child);
+    }
+
+    void AddText(char* text) {
+        const std::uint32_t index = texts_.Size() - Start().texts;
+        Append(index * 4 + XmlOrderText);
+        texts_.Push(text);
+    }
+
+    void AddClear(char* text, const SXmlClearMark* mark) {
+        const std::uint32_t index = clears_.Size() - Start().clears;
+        Append(index * 4 + XmlOrderClear);
+        clears_.Push(SXmlClear{text, mark->open, mark->close});
+    }
+
+    // Of the innermost element.
+    std::uint32_t TextCount() const { return texts_.Size() - Start().texts; }
+    std::uint32_t ClearCount() const { return clears_.Size() - Start().clears; }
+    // Its order entry `back` places from the end (1: the last).
+    std::uint32_t OrderFromEnd(std::uint32_t back) const { return *order_.At(order_.Size() - back); }
+    const SXmlClear& Clear(std::uint32_t index) const { return *clears_.At(Start().clears + index); }
+    char*& Text(std::uint32_t index) { return *texts_.At(Start().texts + index); }
+    // Drops its last entry, which is a clear section.
+    void DropLastClear() noexcept {
+        clears_.Pop();
+        order_.Pop();
+    }
+
+    // The innermost element ends: its entries move into its record. Throws
+    // std::bad_alloc and leaves everything as it was when memory runs out.
+    void End(SXmlNodeData* node);
+
+private:
+    struct SStart {
+        std::uint32_t children, texts, clears, order;
+    };
+
+    const SStart& Start() const noexcept { return *starts_.At(starts_.Size() - 1); }
+    // An element holds no more than kXmlMaxEntries entries, so that an order
+    // entry fits its 32 bits.
+    void Append(std::uint32_t entry) {
+        if (order_.Size() - Start().order >= static_cast<std::uint32_t>(xml_detail::kXmlMaxEntries))
+            throw std::bad_alloc();
+        order_.Push(entry);
+    }
+
+    xml_detail::CXmlStack<SXmlNodeData*> children_;
+    xml_detail::CXmlStack<char*> texts_;
+    xml_detail::CXmlStack<SXmlClear> clears_;
+    xml_detail::CXmlStack<std::uint32_t> order_;
+    xml_detail::CXmlStack<SStart> starts_;
+    SXmlNodeData* innermost_ = nullptr;
+};
+
+}  // namespace ZEM

@@ -36,6 +36,13 @@ need_packages() {
             # The picture of the demo's profile in docs/ is the page that
             # `zem profile --html` writes as a real browser draws it.
             chromium) command -v chromium >/dev/null 2>&1 || missing+=(chromium) ;;
+            # The XML benchmark measures the parser against these peers, side
+            # by side in one run; without them it would skip the comparison.
+            xml-peers)
+                [ -f /usr/include/pugixml.hpp ] || missing+=(libpugixml-dev)
+                [ -f /usr/include/tinyxml2.h ] || missing+=(libtinyxml2-dev)
+                [ -f /usr/include/libxml2/libxml/parser.h ] || missing+=(libxml2-dev)
+                ;;
         esac
     done
     if [ ${#missing[@]} -gt 0 ]; then
@@ -83,7 +90,7 @@ case "${1:-test}" in
             -R 'Concurrency|Stress|Thread'
         ;;
     bench)
-        need_packages
+        need_packages xml-peers
         configure_and_build bench
         ;;
     package)

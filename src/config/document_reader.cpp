@@ -60,6 +60,24 @@ std::string ReadingIdentity(const std::string& fileSystemPath, const std::wstrin
     return Canonical(fileSystemPath) + '\n' + Canonical(directory.empty() ? "." : directory);
 }
 
+thread_local ParseWatch t_parseWatch;
+
+// The span of one parse, for the watch of this thread if there is one.
+class CParseSpan {
+public:
+    CParseSpan() {
+        if (t_parseWatch) t_parseWatch(true);
+    }
+    ~CParseSpan() {
+        try {
+            if (t_parseWatch) t_parseWatch(false);
+        } catch (...) {
+        }
+    }
+    CParseSpan(const CParseSpan&) = delete;
+    CParseSpan& operator=(const CParseSpan&) = delete;
+};
+
 // One file being read: parsed, its includes read up to `next`, each merged
 // into its configuration as soon as it was read.
 struct SOpenFile {
@@ -86,7 +104,11 @@ void OpenFile(IBeanFactory* factory, std::wstring path, std::vector<SOpenFile>& 
         throw CException(L"Includes nested too deeply at file '" + path + L"'");
 
     SXmlParseResult result;
-    XMLNode root = ParseFile(fileSystemPath.c_str(), kRootName, &result);
+    XMLNode root;
+    {
+        CParseSpan span;
+        root = ParseFile(fileSystemPath.c_str(), kRootName, &result);
+    }
     if (result.error == XmlOutOfMemory) throw std::bad_alloc();
     if (result.error == XmlFileNotFound) throw CException(L"File '" + path + L"' not found");
     if (result.error != XmlNoError)
@@ -135,6 +157,8 @@ CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path) {
 
 }  // namespace
 
+void SetParseWatch(ParseWatch watch) { t_parseWatch = std::move(watch); }
+
 CConfiguration ReadConfigurationFile(IBeanFactory* factory, const wchar_t* path) {
     return ReadFile(factory, path != nullptr ? std::wstring(path) : std::wstring());
 }
@@ -145,7 +169,11 @@ CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text) {
     CLoopReading reading;
 
     SXmlParseResult result;
-    XMLNode root = ParseText(text, kRootName, &result);
+    XMLNode root;
+    {
+        CParseSpan span;
+        root = ParseText(text, kRootName, &result);
+    }
     if (result.error == XmlOutOfMemory) throw std::bad_alloc();
     if (result.error != XmlNoError)
         throw CException(L"Error while parsing xml: " + DescribeParseError(result, kRootName));

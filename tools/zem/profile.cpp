@@ -33,9 +33,9 @@ constexpr const char* kHelp =
     "           constructor, properties and init method\n"
     "  total    with everything it asked for (references, dependencies)\n"
     "  made     objects made; asked: requests, found singletons included\n"
-    "The steps of the load stand on lines of their own: (read) the files, the\n"
-    "XML and the elements; (merge) the definitions into the factory; (eager\n"
-    "beans) and (load) the time between requests. The self times add up to the\n"
+    "The steps of the load stand on lines of their own: (parse) the files and\n"
+    "their XML; (read) the elements; (merge) the definitions into the factory;\n"
+    "(eager beans) and (load) the time between requests. The self times add up to the\n"
     "load's total. A request that gave nothing is marked with its reason.\n"
     "\n"
     "options:\n"
@@ -57,6 +57,16 @@ SProfiledLoad ProfileOne(const std::string& file) {
     try {
         impl.ResetFactory();
         const std::size_t read = recorder->BeginStep("(read)");
+        // The parse of each file is a step inside the read; what is left of
+        // the read is the work of the readers.
+        std::size_t parse = kNoSpan;
+        ZEM::SetParseWatch([&](bool started) {
+            if (started) parse = recorder->BeginStep("(parse)");
+            else recorder->EndStep(parse);
+        });
+        struct SUnwatch {
+            ~SUnwatch() { ZEM::SetParseWatch(nullptr); }
+        } unwatch;
         ZEM::CConfiguration configuration = file == "-"
                                                 ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
                                                 : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str());

@@ -124,10 +124,8 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
-    const std::pair<std::string, std::string> cases[] = {
-        {temp.Path("libmissing.so"), " (" + temp.Path("libmissing.so") + ": cannot open shared object file"},
-        {notAModule, " (" + notAModule + ": "},
-        {std::string(), " (empty path)"}};
+    const std::pair<std::string, std::string> cases[] = {{notAModule, " (" + notAModule + ": "},
+                                                         {std::string(), " (empty path)"}};
     for (const auto& [path, reason] : cases) {
         SCOPED_TRACE(path);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
@@ -141,7 +139,7 @@ TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
         EXPECT_TRUE(factory->Configuration().Store().loadedLibraries.empty());
         EXPECT_EQ(factory->Configuration().Store().beanTypes.Size(), 0u);
     }
-    // Each eager bean of a missing library fails alike; a request after the
+    // A missing file: each eager bean of it fails alike; a request after the
     // load looks for the library again, and finds it once it is there.
     const std::string later = temp.Path("liblater.so");
     auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();

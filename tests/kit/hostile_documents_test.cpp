@@ -7,6 +7,7 @@
 #include <string>
 
 #include "foundation/string_convert.h"
+#include "kit/kit_xml.h"
 #include "support/message_of.h"
 #include "support/small_stack.h"
 #include "support/temp_dir.h"
@@ -15,6 +16,8 @@
 #include "zem/diagnostics.h"
 
 namespace {
+
+using zem_test::xml::Document;
 
 // A bean that holds another, given to its constructor or as a property.
 struct SLink : ZEM::IObject {
@@ -37,8 +40,6 @@ std::string Repeat(const std::string& text, int times) {
     for (int i = 0; i < times; ++i) out += text;
     return out;
 }
-
-std::string Document(const std::string& beans) { return "<zem><library><beans>" + beans + "</beans></library></zem>"; }
 
 // `levels` inner beans, each the property of the one around it.
 std::string InnerBeans(int levels) {

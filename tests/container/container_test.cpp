@@ -1,4 +1,4 @@
-// The host's handle: shared and private factories, copies and moved-from handles.
+// The host's handle: shared and private factories, copies, loads that fail.
 #include "container/process_objects.h"
 #include "support/records.h"
 #include "support/temp_dir.h"
@@ -91,31 +91,6 @@ TEST_F(ContainerTest, LoadFailures) {
     EXPECT_TRUE(first.Exists("x"));
     CContainer container(Document({{"no-such-library.so", {Bean("lost", "Widget").Eager()}}}).c_str());
     EXPECT_FALSE(container.GetBean("lost"));
-}
-
-TEST_F(ContainerTest, MovedFromHandles) {
-    CContainer source(Document({{RecordingLibrary(), {Bean("w", "Widget")}}}).c_str());
-    ZEM::IBeanFactory* factory = &source.Factory();
-    CContainer target(std::move(source));
-    EXPECT_EQ(&target.Factory(), factory);
-    source = CContainer(nullptr);  // a moved-from handle can be assigned to
-    EXPECT_FALSE(source.Exists("w"));
-    CContainer assigned(nullptr);
-    assigned = std::move(target);
-    assigned = assigned;  // self-assignment keeps the factory
-    EXPECT_EQ(&assigned.Factory(), factory);
-    EXPECT_TRUE(assigned.Exists("w"));
-    CContainer dropped(std::move(assigned));
-}
-
-// A bean is no service: its release throws, and drops the pointer all the same.
-TEST_F(ContainerTest, ReleaseInstanceOfABeanThrows) {
-    CContainer container(Document({{RecordingLibrary(), {Bean("w", "Widget")}}}).c_str());
-    std::shared_ptr<ZEM::IObject> bean = container.GetBean("w");
-    std::string tag = Tag(bean);
-    FixtureLog::Take();
-    EXPECT_EQ(MessageOf([&] { container.ReleaseInstance(std::move(bean)); }), L"Service instance was not registered");
-    EXPECT_EQ(FixtureLog::Take(), Lines{"~" + tag});
 }
 
 }  // namespace

@@ -76,8 +76,8 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore) << "every object made has ended";
 }
 
-// Handles of the shared factory, and private factories loaded, reset and
-// dropped, on several threads at once.
+// Handles of the shared factory, and private factories with services of
+// their own loaded, reset and dropped, on several threads at once.
 TEST_F(ConcurrencyTest, ContainersOnManyThreads) {
     FixtureLog::Enable(false);
     std::size_t livingBefore = FixtureLog::LivingObjects();
@@ -120,8 +120,9 @@ TEST_F(ConcurrencyTest, ContainersOnManyThreads) {
     EXPECT_EQ(ZEM::InstanceCensus().Count("threads.each").alive, 0u);
     single.reset();
     shared = CContainer(nullptr);
-    EXPECT_FALSE(ZEM::LockSharedFactory());
+    EXPECT_FALSE(ZEM::LockSharedFactory()) << "the shared factory lives as long as its handles";
     EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore);
+    EXPECT_FALSE(CContainer().Exists("threads.single")) << "the next shared factory is a new one";
 }
 
 }  // namespace

@@ -17,27 +17,6 @@ protected:
     }
 };
 
-// The shared factory lives as long as some handle does; the next one is new.
-// A private factory has its own definitions and singletons.
-TEST_F(ContainerTest, TheSharedFactoryLivesWithItsHandles) {
-    {
-        std::string text = Document({{RecordingLibrary(), {Bean("gone", "Widget").Singleton().Eager()}}});
-        CContainer first(text.c_str(), true);
-        CContainer copy = first;
-        CContainer plain;
-        CContainer own(text.c_str());
-        EXPECT_EQ(&plain.Factory(), &first.Factory());
-        EXPECT_EQ(ZEM::LockSharedFactory().get(), &first.Factory());
-        EXPECT_NE(own.GetBean("gone"), first.GetBean("gone"));
-        EXPECT_FALSE(CContainer(nullptr).Exists("gone"));
-        own.Reset();
-        EXPECT_TRUE(first.Exists("gone"));
-    }
-    EXPECT_FALSE(ZEM::LockSharedFactory());
-    EXPECT_EQ(FixtureLog::Starting("~"), (Lines{"~Widget#2", "~Widget#1"}));
-    EXPECT_FALSE(CContainer().Exists("gone"));
-}
-
 // Shared containers add to one factory; a document naming a bean again is
 // refused, and the others go on.
 TEST_F(ContainerTest, SharedContainersShareOneFactory) {

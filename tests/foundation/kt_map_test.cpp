@@ -42,9 +42,11 @@ void ExpectChainInBucketOrder(const StrMap& map) {
 
 std::string Key(int i) { return "key" + std::to_string(i); }
 
-// The order that the rules give, kept the plain way: a new key goes to the
-// head of its bucket, and a doubling moves every key to the head of its new
-// bucket, walking the old order.
+// The order that the rules give, kept the plain way: buckets in ascending
+// order, a new key at the head of its bucket (an existing one stays where it
+// is), and at three quarters full a doubling that moves every key to the head
+// of its new bucket, walking the old order. (The singletons' order in the
+// container's lifecycle test pins a few keys by hand.)
 class OrderModel {
 public:
     void Insert(const std::string& key) {
@@ -77,35 +79,6 @@ private:
 
 }  // namespace
 
-// With 128 buckets the fold hash puts "" in bucket 0, "0" in 48, "a" and "B_"
-// (66 * 33 + 95 = 2273 = 17 * 128 + 97) both in 97, "b" in 98 and "c" in 99.
-TEST(KtMap, IterationFollowsBucketsThenNewestFirst) {
-    StrMap map;
-    EXPECT_FALSE(map.HasBuckets());  // no memory until the first insertion
-    EXPECT_FALSE(map.Erase("a"));
-    const struct {
-        const char* key;
-        std::vector<std::string> order;
-    } steps[] = {
-        {"b", {"b"}},
-        {"0", {"0", "b"}},                     // below the first bucket
-        {"a", {"0", "a", "b"}},                // between two buckets
-        {"B_", {"0", "B_", "a", "b"}},         // same bucket: newest first
-        {"c", {"0", "B_", "a", "b", "c"}},     // above the last bucket
-        {"", {"", "0", "B_", "a", "b", "c"}},  // the empty key, bucket 0
-    };
-    int value = 0;
-    for (const auto& step : steps) {
-        SCOPED_TRACE(std::string("insert '") + step.key + "'");
-        map[step.key] = ++value;
-        EXPECT_EQ(Keys(map), step.order);
-    }
-    EXPECT_EQ(map.BucketCount(), 128u);
-    EXPECT_EQ(map.BlockCount(), 1u);
-    EXPECT_EQ(map["a"], 3);  // an existing key: its value, nothing changes
-    EXPECT_EQ(Keys(map), steps[5].order);
-}
-
 TEST(KtMap, BlocksGrowByHalfAndAreReused) {
     // Blocks hold 128, 192, 288, 432, ... nodes, each size cut to a whole
     // number: the ninth is 3280 (2187 * 1.5 = 3280.5), so 9585 nodes in all.
@@ -127,13 +100,9 @@ TEST(KtMap, BlocksGrowByHalfAndAreReused) {
     EXPECT_EQ(*map.Find(-1 - 1000), 1000);
 }
 
-TEST(KtMap, GrowsAtTheNinetySixthEntryAndCopies) {
+TEST(KtMap, CopiesHaveNodesOfTheirOwn) {
     auto source = std::make_unique<StrMap>();
-    for (int i = 0; i < 200; ++i) {
-        (*source)[Key(i)] = i;
-        if (i == 94 || i == 95) EXPECT_EQ(source->BucketCount(), i == 94 ? 128u : 256u);  // grows at the 96th
-    }
-    ExpectChainInBucketOrder(*source);
+    for (int i = 0; i < 200; ++i) (*source)[Key(i)] = i;
     StrMap copy(*source);
     EXPECT_EQ(copy.BucketCount(), 512u);
     EXPECT_EQ(copy.BlockCount(), 2u);  // blocks of its own, not the source's
@@ -165,6 +134,8 @@ TEST(KtMap, AgreesWithReferenceUnderRandomOperations) {
     StrMap map;
     std::map<std::string, int> reference;
     OrderModel model;
+    EXPECT_FALSE(map.HasBuckets());  // no memory until the first insertion
+    EXPECT_FALSE(map.Erase(Key(0)));
     // One insertion, or one erasure in `eraseOneIn`, of one of `keys` keys.
     auto step = [&](int i, int keys, int eraseOneIn) {
         SCOPED_TRACE(testing::Message() << "step " << i);

@@ -28,13 +28,8 @@ const struct { const char* type; const char* text; const char* code; const char*
     {"unsigned\tchar", "7", "u8", "!Could not find type bean 'unsigned\tchar'"},
     {"uint16_t", "1", "u16", "!Could not find type bean 'uint16_t'"},
     // Numbers: the readers' own cases are in tests/platform/numeric_test.cpp,
-    // each type name with its C++ type in tests/kit/parameter_types_test.cpp.
-    {"int", "12abc", "i32", "12"},
-    {"long", "-3000000000", "l32", "-2147483648"},
-    // unsigned long alone reads hexadecimal and the upper half.
-    {"unsigned long", "0x10", "ul32", "16"},
-    {"unsigned long", "3000000000", "ul32", "3000000000"},
-    {"unsigned long", "5000000000", "ul32", "4294967295"},
+    // each type name with its C++ type and reader (unsigned long alone reads
+    // hexadecimal and octal) in tests/kit/parameter_types_test.cpp.
     {"float", "0.1", "f", "0.100000001"},
     {"double", "0.1", "d", "0.10000000000000001"},
     // strings: the layout of a pointer to the characters.

@@ -1,5 +1,5 @@
 // The exception family: Clone, and which handler catches. (Copies and moves
-// are plain member-wise; the messages themselves are compared everywhere.)
+// only carry the message, which the other tests compare everywhere.)
 #include "zem/exception.h"
 
 #include <gtest/gtest.h>

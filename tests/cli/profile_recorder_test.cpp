@@ -1,7 +1,9 @@
-// The spans of `zem profile`: nesting per thread, self time without the
-// children, and rows that add up to the load.
+// The spans of `zem profile` nest per thread, and the rows add up to the load
+// and the other threads' spans. (Self times and failures on one thread:
+// cli.profile.outputs.)
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "profile_recorder.h"
@@ -10,11 +12,10 @@ namespace {
 
 using namespace zemcli;
 
-ZEM::SBeanRequest Request(const char* name, ZEM::EBeanRequestOutcome outcome = ZEM::EBeanRequestOutcome::Made) {
+ZEM::SBeanRequest Request(const char* name) {
     ZEM::SBeanRequest request;
     request.name = name;
     request.thread = std::this_thread::get_id();
-    request.outcome = outcome;
     return request;
 }
 
@@ -38,10 +39,6 @@ TEST(ProfileRecorder, SpansNestPerThreadAndRowsAddUp) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         recorder.OnRequestEnd(Request(inner));
     }
-    recorder.OnRequestStart(Request("broken"));
-    ZEM::SBeanRequest failed = Request("broken", ZEM::EBeanRequestOutcome::Failed);
-    failed.reason = L"Init method 'Start' failed";
-    recorder.OnRequestEnd(failed);
     recorder.OnRequestEnd(Request("outer"));
     recorder.EndStep(load);
 
@@ -52,25 +49,22 @@ TEST(ProfileRecorder, SpansNestPerThreadAndRowsAddUp) {
     EXPECT_EQ(elsewhere.thread, 2u);
     EXPECT_EQ(elsewhere.depth, 0u);
     EXPECT_EQ(elsewhere.parent, kNoSpan);
-    for (const char* inner : {"left", "right", "broken"}) {
+    for (const char* inner : {"left", "right"}) {
         const SSpan& span = Named(spans, inner);
         EXPECT_EQ(span.depth, 2u) << inner;
         EXPECT_EQ(&spans[span.parent], &outer) << inner;
         EXPECT_GE(span.start, outer.start);
         EXPECT_LE(span.end, outer.end);
     }
-    EXPECT_EQ(outer.Self(), outer.Duration() - Named(spans, "left").Duration() - Named(spans, "right").Duration() -
-                                Named(spans, "broken").Duration());
 
     const std::vector<SProfileRow> rows = Summarize(spans);
     std::int64_t sum = 0;
-    for (const SProfileRow& row : rows) {
-        sum += row.self;
-        if (row.name == "broken") EXPECT_EQ(row.reason, "Init method 'Start' failed");
-    }
+    for (const SProfileRow& row : rows) sum += row.self;
     // The other thread's span lies outside the load's.
     EXPECT_EQ(sum, spans[load].Duration() + elsewhere.Duration());
-    EXPECT_TRUE(rows.front().name == "left" || rows.front().name == "right") << "slowest first";
+    EXPECT_TRUE(std::is_sorted(rows.begin(), rows.end(), [](const SProfileRow& a, const SProfileRow& b) {
+        return a.self > b.self;
+    })) << "slowest first";
 }
 
 }  // namespace

@@ -23,14 +23,6 @@ TEST(ToolHelpers, JsonStringKeepsUtf8AndReplacesBrokenBytes) {
     for (const auto& [text, json] : cases) EXPECT_EQ(zemcli::JsonString(text), json) << text;
 }
 
-TEST(ToolHelpers, ClosestWordFindsMisspellingsOnly) {
-    const std::vector<std::string> words{"name", "class", "lazy", "int"};
-    EXPECT_EQ(zemcli::ClosestWord("CLAS", words, true), "class");
-    EXPECT_EQ(zemcli::ClosestWord("lazy", words, true), "");  // the word itself suggests nothing
-    EXPECT_EQ(zemcli::ClosestWord("id", words, true), "");    // nothing close
-    EXPECT_EQ(zemcli::ClosestWord("Int", words, false), "int");  // type names are case-sensitive
-}
-
 SSourceFile Parsed(const std::string& text) {
     SSourceFile file;
     file.path = "test.xml";

@@ -1,18 +1,23 @@
-// Bean requests from many threads on one factory while another thread lets
-// the objects go: singletons stay single, and the census ends empty.
+// Many threads at once: bean requests on one factory while another thread
+// lets the objects go, and shared and private containers made and dropped.
+// Singletons stay single, the census ends empty, and every object ends.
 #include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <thread>
 
 #include "container/lifecycle.h"
+#include "container/process_objects.h"
 #include "support/records.h"
+#include "zem/zem.h"
 
 namespace {
 
 using namespace zem_support;
+using ZEM::CContainer;
 
 class ConcurrencyTest : public RecordingTest {};
+class CService : public ZEM::IObject {};
 
 TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     const char* names[] = {"stress.single", "stress.each", "stress.chain"};
@@ -69,6 +74,55 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     factory_->ResetFactory();
     for (const char* name : names) EXPECT_EQ(census.Count(name).total, 0u) << name;
     EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore) << "every object made has ended";
+}
+
+// Handles of the shared factory, and private factories with services of
+// their own loaded, reset and dropped, on several threads at once.
+TEST_F(ConcurrencyTest, ContainersOnManyThreads) {
+    FixtureLog::Enable(false);
+    std::size_t livingBefore = FixtureLog::LivingObjects();
+    // The shared factory and the class library come first, on this thread.
+    CContainer shared(Document({{RecordingLibrary(),
+                                 {Bean("threads.single", "Widget").Singleton().Eager(), Bean("threads.each", "Gadget")}}})
+                          .c_str(),
+                      true);
+    std::string privateText =
+        Document({{RecordingLibrary(),
+                   {Bean("own.single", "Widget").Singleton().Eager(),
+                    Bean("own.each", "Peer").Method("make(obj)").Arg("bean", "own.single").Init("init")}}});
+    std::shared_ptr<ZEM::IObject> single = shared.GetBean("threads.single");
+    ASSERT_TRUE(single);
+
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 6; ++t) {
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < 25; ++round) {
+                CContainer handle;  // the shared factory, alive all along
+                CContainer copy = handle;
+                if (copy.GetBean("threads.single") != single || !copy.GetBean("threads.each")) ++failures;
+
+                CContainer own(privateText.c_str());
+                if (&own.Factory() == &handle.Factory()) ++failures;
+                auto service = std::make_shared<CService>();
+                own.Factory().RegisterService("threads.I", round % 2 == 0, service, nullptr);
+                if (own.Factory().GetService("threads.I") != service || !own.GetBean("own.each")) ++failures;
+                own.ReleaseInstance(service);
+                if (own.Factory().GetServiceCount("threads.I") != 0) ++failures;
+                if (t % 2 == 0) own.Reset();
+                CContainer moved(std::move(own));
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(ZEM::InstanceCensus().Count("own.single").alive, 0u) << "every private factory has gone";
+    EXPECT_EQ(ZEM::InstanceCensus().Count("threads.each").alive, 0u);
+    single.reset();
+    shared = CContainer(nullptr);
+    EXPECT_FALSE(ZEM::LockSharedFactory()) << "the shared factory lives as long as its handles";
+    EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore);
+    EXPECT_FALSE(CContainer().Exists("threads.single")) << "the next shared factory is a new one";
 }
 
 }  // namespace

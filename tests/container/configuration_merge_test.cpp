@@ -62,27 +62,6 @@ TEST(ConfigurationMergeTest, LibrariesJoinByExactPath) {
     EXPECT_EQ(target.GetEagerBeans(),
               (Eager{{"t1", libraries[0].get()}, {"o", libraries[1].get()}, {"s1", libraries[0].get()}}));
     EXPECT_EQ(target.FindOrAddLibrary("dir/lib.so"), libraries[0].get());
-    ZEM::SLibrary* added = target.FindOrAddLibrary("dir//lib.so");
-    EXPECT_EQ(added, libraries.back().get());
-    EXPECT_EQ(libraries.size(), 5u);
-}
-
-// Many beans on both sides: not quadratic, and the first conflict in order.
-TEST(ConfigurationMergeTest, LargeMerges) {
-    CConfiguration target(nullptr);
-    Library big{"big", {}}, more{"more", {}};
-    for (int i = 0; i < 20000; ++i) {
-        big.beans.push_back(Bean("t" + std::to_string(i), "W"));
-        more.beans.push_back(Bean("s" + std::to_string(i), "W"));
-    }
-    CConfiguration seed = Build(nullptr, {big}), fine = Build(nullptr, {more});
-    target.MergeConfiguration(seed);
-    more.beans.push_back(Bean("t19999", "W"));
-    more.beans.push_back(Bean("t0", "W"));
-    CConfiguration source = Build(nullptr, {more});
-    EXPECT_EQ(MessageOf([&] { target.MergeConfiguration(source); }), L"Overriding bean 't19999' is not allowed");
-    target.MergeConfiguration(fine);
-    EXPECT_EQ(target.Store().libraries.at(1)->beans.size(), 20000u);
 }
 
 }  // namespace

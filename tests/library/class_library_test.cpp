@@ -67,17 +67,13 @@ TEST_F(ClassLibraryTest, AMissingMakerStopsTheBeansBehindItUntilARetry) {
     EXPECT_TRUE(factory_->GetBean("absent", nullptr)) << "a bean bound earlier keeps its maker";
 }
 
-// Each "::" of the class name becomes "_", as the kit exports makers.
+// Each "::" of the class name becomes "_", as the kit exports makers (the
+// container finds a nested class's maker so: tests/kit/class_library_test.cpp).
 TEST_F(ClassLibraryTest, MakerSymbols) {
     for (const auto& [name, symbol] : {std::pair{"Foo", "create_Foo_Wrapper"}, {"a::b::C", "create_a_b_C_Wrapper"},
                                        {"::Top", "create__Top_Wrapper"}, {"a:b", "create_a:b_Wrapper"},
                                        {"a:::b", "create_a_:b_Wrapper"}})
         EXPECT_EQ(ZEM::MakerSymbol(name), symbol);
-
-    Load(*factory_, {{RecordingLibrary(), {Bean("scoped", "a::b::C"), Bean("top", "::Top")}}});
-    ASSERT_TRUE(factory_->GetBean("scoped", nullptr) && factory_->GetBean("top", nullptr));
-    // The factory method of a scoped class is its short name.
-    EXPECT_EQ(FixtureLog::Starting("create "), (Lines{"create a::b::C C [] -> a::b::C#1", "create ::Top Top [] -> ::Top#2"}));
 }
 
 // The local library is keyed by the whole symbol, and a module's own maker
@@ -124,10 +120,8 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
-    const std::pair<std::string, std::string> cases[] = {
-        {temp.Path("libmissing.so"), " (" + temp.Path("libmissing.so") + ": cannot open shared object file"},
-        {notAModule, " (" + notAModule + ": "},
-        {std::string(), " (empty path)"}};
+    const std::pair<std::string, std::string> cases[] = {{notAModule, " (" + notAModule + ": "},
+                                                         {std::string(), " (empty path)"}};
     for (const auto& [path, reason] : cases) {
         SCOPED_TRACE(path);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();
@@ -139,9 +133,8 @@ TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
         ASSERT_EQ(told.size(), 1u);
         EXPECT_EQ(told[0].rfind("w: Could not load library '" + path + "'" + reason, 0), 0u) << told[0];
         EXPECT_TRUE(factory->Configuration().Store().loadedLibraries.empty());
-        EXPECT_EQ(factory->Configuration().Store().beanTypes.Size(), 0u);
     }
-    // Each eager bean of a missing library fails alike; a request after the
+    // A missing file: each eager bean of it fails alike; a request after the
     // load looks for the library again, and finds it once it is there.
     const std::string later = temp.Path("liblater.so");
     auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();

@@ -9,16 +9,6 @@ using ZEM::platform::ParseDouble;
 using ZEM::platform::ParseInt32;
 using ZEM::platform::ParseUInt32Auto;
 
-namespace {
-
-std::string Narrow(const wchar_t* text) {
-    std::string out;
-    for (; *text != 0; ++text) out.push_back(*text < 0x80 ? static_cast<char>(*text) : '?');
-    return out;
-}
-
-}  // namespace
-
 // Each text read as signed decimal and as unsigned with a base prefix;
 // out-of-range values stick at the limit instead of wrapping.
 TEST(Numeric, IntegersInBothReaders) {
@@ -43,7 +33,7 @@ TEST(Numeric, IntegersInBothReaders) {
         {L"00000000000000000000000012", 12, 10},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.text));
+        SCOPED_TRACE(testing::PrintToString(std::wstring(c.text)));
         EXPECT_EQ(ParseInt32(c.text), c.decimal);
         EXPECT_EQ(ParseUInt32Auto(c.text), c.prefixed);
     }
@@ -58,7 +48,7 @@ TEST(Numeric, Floating) {
         {L"1,5", 1.0},  // a comma is never the decimal point
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.text));
+        SCOPED_TRACE(testing::PrintToString(std::wstring(c.text)));
         EXPECT_DOUBLE_EQ(ParseDouble(c.text), c.value);
     }
 }

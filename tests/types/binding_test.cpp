@@ -76,16 +76,4 @@ TEST_F(BindingTest, AFailedArgumentFailsTheRequestBeforeTheCall) {
     EXPECT_EQ(Lines(calls.begin() + 4, calls.end()), (Lines{"create Widget Widget [] -> Widget#3", "~Widget#3"}));
 }
 
-// A reference to a non-singleton gives each call a target of its own.
-TEST_F(BindingTest, ReferencesResolveAtEachCall) {
-    Load(*factory_, {{RecordingLibrary(),
-                      {Bean("peer", "Peer"),
-                       Bean("w", "Widget").Property("first(obj)", {Arg("bean", "peer")}).Property("second(obj)", {Arg("bean", "peer")})}}});
-    ASSERT_TRUE(factory_->GetBean("w", nullptr));
-    EXPECT_EQ(Calls(), (Lines{"create Widget Widget [] -> Widget#1", "create Peer Peer [] -> Peer#2",
-                              "invoke Widget Widget#1 first(obj) [obj(Peer#2)] -> true", "~Peer#2",
-                              "create Peer Peer [] -> Peer#3", "invoke Widget Widget#1 second(obj) [obj(Peer#3)] -> true",
-                              "~Peer#3", "~Widget#1"}));
-}
-
 }  // namespace

@@ -32,6 +32,10 @@ constexpr std::size_t kMaxRequestDepth = 256;
 // grows with the power of the depth, and a request must end.
 thread_local std::uint64_t t_madeForRequest = 0;
 constexpr std::uint64_t kMaxBeansPerRequest = 1000000;
+// The eager beans of one load share one budget, as if the load were one
+// request: a budget each would let a document of many eager beans, each at
+// the root of such a fan, multiply the work of one request without end.
+thread_local bool t_eagerPass = false;
 
 // A request makes a bean only with this much stack left: enough for its own
 // frames, the wrapper's and a constructor's, so that a chain of references
@@ -150,8 +154,10 @@ void CBeanFactoryImpl::LoadConfiguration(CConfiguration& configuration) {
 void CBeanFactoryImpl::CreateEagerBeans() {
     std::lock_guard<std::recursive_mutex> guard(lock_);
     struct SPass {
-        explicit SPass(CBeanFactoryImpl& owner) : factory(owner) {
+        explicit SPass(CBeanFactoryImpl& owner) : factory(owner), made(t_madeForRequest), eager(t_eagerPass) {
             factory.configuration_->Store().makingEagerBeans = true;
+            t_madeForRequest = 0;
+            t_eagerPass = true;
         }
         // Bean code may have reset the factory meanwhile: the store now in
         // place is the one to tidy.
@@ -159,8 +165,12 @@ void CBeanFactoryImpl::CreateEagerBeans() {
             CConfigurationStore& store = factory.configuration_->Store();
             store.makingEagerBeans = false;
             store.unloadable.clear();
+            t_madeForRequest = made;
+            t_eagerPass = eager;
         }
         CBeanFactoryImpl& factory;
+        std::uint64_t made;
+        bool eager;
     } pass(*this);
     for (const auto& [name, library] : configuration_->GetEagerBeans()) GetBeanWrapper(name.c_str(), library);
 }
@@ -241,7 +251,7 @@ BeanPair CBeanFactoryImpl::Serve(const char* name, const SLibrary* library, unsi
         if (t_making.size() >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
         if (platform::StackLeft() < kRequestStackReserve)
             return Fail(name, L"Requests nested too deeply for the thread's stack");
-        if (t_making.empty()) t_madeForRequest = 0;
+        if (t_making.empty() && !t_eagerPass) t_madeForRequest = 0;
         if (++t_madeForRequest > kMaxBeansPerRequest)
             return Fail(name, L"More than 1000000 beans made for one request");
         CMakingGuard making(this, name);

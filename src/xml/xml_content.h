@@ -1,5 +1,5 @@
-// The content of the elements that the parser has open: children, texts,
-// clear sections and their order, on stacks shared by all open elements. An
+// The content of the elements that the parser has open: attributes, children,
+// texts, clear sections and their order, on stacks shared by all open elements. An
 // element's entries follow those of its ancestors, so when it ends they are
 // the top of each stack and leave for one exact block of the tree's arena.
 // Only the parser uses this; elements built through XMLNode grow their own arrays.
@@ -62,13 +62,15 @@ class CXmlOpenContent {
 public:
     // `node` opens; its entries go on top of its parent's.
     void Begin(SXmlNodeData* node) {
-        starts_.Push(SStart{children_.Size(), texts_.Size(), clears_.Size(), order_.Size()});
+        starts_.Push(SStart{attributes_.Size(), children_.Size(), texts_.Size(), clears_.Size(), order_.Size()});
         innermost_ = node;
     }
 
     // The element that opened last and hasn't ended; null when none is open.
     SXmlNodeData* Innermost() const noexcept { return innermost_; }
     bool AnyOpen() const noexcept { return starts_.Size() != 0; }
+
+    void AddAttribute(char* name, char* value) { attributes_.Push(SXmlAttribute{name, value}); }
 
     void AddChild(SXmlNodeData* child) {
         const std::uint32_t index = children_.Size() - Start().children;
@@ -107,7 +109,7 @@ public:
 
 private:
     struct SStart {
-        std::uint32_t children, texts, clears, order;
+        std::uint32_t attributes, children, texts, clears, order;
     };
 
     const SStart& Start() const noexcept { return *starts_.At(starts_.Size() - 1); }
@@ -119,6 +121,7 @@ private:
         order_.Push(entry);
     }
 
+    xml_detail::CXmlStack<SXmlAttribute> attributes_;
     xml_detail::CXmlStack<SXmlNodeData*> children_;
     xml_detail::CXmlStack<char*> texts_;
     xml_detail::CXmlStack<SXmlClear> clears_;

@@ -79,7 +79,7 @@ int XMLNode::ChildCount(const char* name) const noexcept {
     const std::size_t length = std::strlen(name);
     int count = 0;
     for (std::int32_t i = 0; i < data_->childCount; ++i) {
-        if (SameName(data_->children[i], name, length)) ++count;
+        if (SameName(xml_detail::Children(data_)[i], name, length)) ++count;
     }
     return count;
 }
@@ -89,7 +89,7 @@ XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexc
     const std::size_t length = std::strlen(name);
     std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
     for (std::int32_t i = start; i < data_->childCount; ++i) {
-        SXmlNodeData* child = data_->children[i];
+        SXmlNodeData* child = xml_detail::Children(data_)[i];
         if (SameName(child, name, length)) {
             if (position != nullptr) *position = i + 1;
             Retain(child);
@@ -105,11 +105,11 @@ XMLNode XMLNode::ChildAt(const char* name, std::int32_t position) const noexcept
     SXmlNodeData* found = nullptr;
     if (position < 0) {
         for (std::int32_t i = data_->childCount - 1; i >= 0 && found == nullptr; --i) {
-            if (SameName(data_->children[i], name, length)) found = data_->children[i];
+            if (SameName(xml_detail::Children(data_)[i], name, length)) found = xml_detail::Children(data_)[i];
         }
     } else {
         for (std::int32_t i = 0; i < data_->childCount && found == nullptr; ++i) {
-            if (SameName(data_->children[i], name, length) && position-- == 0) found = data_->children[i];
+            if (SameName(xml_detail::Children(data_)[i], name, length) && position-- == 0) found = xml_detail::Children(data_)[i];
         }
     }
     if (found == nullptr) return XMLNode();
@@ -127,7 +127,7 @@ const char* XMLNode::AttributeValue(const char* name, std::int32_t* position) co
     const unsigned char mask = letter ? 0x20 : 0;
     const unsigned char folded = first | mask;
     for (std::int32_t i = start; i < data_->attributeCount; ++i) {
-        const SXmlAttribute& attribute = data_->attributes[i];
+        const SXmlAttribute& attribute = xml_detail::Attributes(data_)[i];
         if ((static_cast<unsigned char>(attribute.name[0]) | mask) != folded) continue;
         if (SameName(attribute.name, name)) {
             if (position != nullptr) *position = i + 1;
@@ -139,27 +139,27 @@ const char* XMLNode::AttributeValue(const char* name, std::int32_t* position) co
 
 const char* XMLNode::Text(std::int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->textCount) return nullptr;
-    return data_->texts[index];
+    return xml_detail::Texts(data_)[index];
 }
 
 int XMLNode::ChildCount() const noexcept { return data_ != nullptr ? data_->childCount : 0; }
 
 XMLNode XMLNode::ChildAtIndex(int index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->childCount) return XMLNode();
-    Retain(data_->children[index]);
-    return XMLNode(data_->children[index]);
+    Retain(xml_detail::Children(data_)[index]);
+    return XMLNode(xml_detail::Children(data_)[index]);
 }
 
 int XMLNode::AttributeCount() const noexcept { return data_ != nullptr ? data_->attributeCount : 0; }
 
 const char* XMLNode::AttributeNameAt(int index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount) return nullptr;
-    return data_->attributes[index].name;
+    return xml_detail::Attributes(data_)[index].name;
 }
 
 const char* XMLNode::AttributeValueAt(int index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount) return nullptr;
-    return data_->attributes[index].value;
+    return xml_detail::Attributes(data_)[index].value;
 }
 
 int XMLNode::TextCount() const noexcept { return data_ != nullptr ? data_->textCount : 0; }

@@ -153,34 +153,7 @@ inline bool StorePendingText(SXmlParseState& state, const char* end) {
     return state.pendingText == nullptr || StorePendingTextNow(state, end);
 }
 
-// Moves the waiting attributes behind those the record has, growing its array.
-[[gnu::noinline]] void SpillAttributes(SXmlNodeData* node, SXmlParseState& state) {
-    for (int i = 0; i < state.pendingAttributeCount; ++i)
-        AppendAttribute(node, state.pendingAttributes[i].name, state.pendingAttributes[i].value);
-    state.pendingAttributeCount = 0;
-}
-
-inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, char* value) {
-    if (state.pendingAttributeCount == SXmlParseState::kPendingAttributes) SpillAttributes(node, state);
-    state.pendingAttributes[state.pendingAttributeCount++] = SXmlAttribute{name, value};
-}
-
-// The start tag has ended: its attributes go into the record, at their exact
-// size unless some went ahead already.
-inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
-    const int count = state.pendingAttributeCount;
-    if (count == 0) return;
-    if (node->attributeCount != 0) {
-        SpillAttributes(node, state);
-        return;
-    }
-    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(SXmlAttribute);
-    auto* exact = static_cast<SXmlAttribute*>(state.arena->Allocate(bytes));
-    XmlCopyBytes(exact, state.pendingAttributes, bytes);
-    node->attributes = exact;
-    node->attributeCount = count;
-    state.pendingAttributeCount = 0;
-}
+inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state.content.AddAttribute(name, value); }
 
 // The shared name and a decoded copy of the value.
 [[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
@@ -195,13 +168,13 @@ inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
     char* storedName = StoreNameInline(name, nameLength, state);
     char* decoded = DecodeCopy(text, length, state);
     if (decoded == nullptr) return false;
-    AddAttribute(node, state, storedName, decoded);
+    AddAttribute(state, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AddAttribute(node, state, StoreName(name, nameLength, state), nullptr);
+    AddAttribute(state, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
@@ -373,7 +346,6 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
             } else {
                 const EStartTag end = ReadStartTag(node, state, cursor);
                 state.cursor = cursor;
-                SettleAttributes(node, state);
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
                 if (end == StartTagClosed) {

@@ -21,7 +21,25 @@ namespace {
 
 using namespace xml_detail;
 
-// A decoded copy in the arena, or null with the error set.
+// A short value without references that was stored lately, or a new copy of
+// it. Values such as "true" or a type name come back on element after element.
+inline char* StoreShortValue(const char* text, std::size_t length, SXmlParseState& state) {
+    if (length == 0) return state.arena->CopyString(text, length);
+    const auto first = static_cast<unsigned char>(text[0]);
+    const auto middle = static_cast<unsigned char>(text[length / 2]);
+    const auto last = static_cast<unsigned char>(text[length - 1]);
+    SXmlParseState::SStoredName& stored =
+        state.values[(length * 7 + first * 3 + middle * 5 + last) % SXmlParseState::kValueSlots];
+    if (stored.length == length && XmlSameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
+    char* copy = state.arena->CopyString(text, length);
+    stored.text = copy;
+    stored.length = length;
+    return copy;
+}
+
+// A decoded copy in the arena, or null with the error set. `Shared`: a short
+// value may be one that the tree holds already.
+template <bool Shared = false>
 char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
 #if defined(__SSE2__)
     // Most values are short and hold no reference: without an '&' the bytes
@@ -33,7 +51,10 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
         const auto high = static_cast<unsigned>(
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
         const std::uint64_t within = (std::uint64_t{1} << length) - 1;
-        if (((low | (high << 16)) & within) == 0) return state.arena->CopyString(text, length);
+        if (((low | (high << 16)) & within) == 0) {
+            if constexpr (Shared) return StoreShortValue(text, length, state);
+            return state.arena->CopyString(text, length);
+        }
     }
 #endif
     const std::size_t room = length + kXmlDecodeSlack + 1;
@@ -155,7 +176,8 @@ inline bool StorePendingText(SXmlParseState& state, const char* end) {
 
 inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state.content.AddAttribute(name, value); }
 
-// The shared name and a decoded copy of the value.
+// The shared name and the decoded value, shared too when it is short and
+// was seen lately.
 [[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                       std::size_t nameLength, const SXmlToken& value) {
     const char* text = value.start;
@@ -166,7 +188,7 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
         length -= 2;
     }
     char* storedName = StoreNameInline(name, nameLength, state);
-    char* decoded = DecodeCopy(text, length, state);
+    char* decoded = DecodeCopy<true>(text, length, state);
     if (decoded == nullptr) return false;
     AddAttribute(state, storedName, decoded);
     return true;

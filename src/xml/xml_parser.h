@@ -69,6 +69,10 @@ struct SXmlParseState {
         std::size_t length = 0;
     };
     SStoredName names[kNameSlots];
+    // Short attribute values stored lately, the same way: an attribute value
+    // is never written once stored, so elements may share one.
+    static constexpr int kValueSlots = 128;
+    SStoredName values[kValueSlots];
     // Attributes, children, texts and clear sections of the elements open now.
     CXmlOpenContent content;
 };

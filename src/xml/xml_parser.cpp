@@ -226,7 +226,7 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
     return true;
 }
 
-[[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
+[[gnu::always_inline]] inline SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
     SXmlNodeData* child = NewRecord(node->arena, StoreNameInline(name.start, name.length, state), name.length, node,
                                     tag.kind == TokenDeclarationStart);

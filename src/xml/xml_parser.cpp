@@ -370,10 +370,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 state.cursor = cursor;
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
-                if (end == StartTagClosed) {
-                    state.content.End(node);
-                    complete = true;
-                }
+                if (end == StartTagClosed) complete = true;
             }
         }
 
@@ -448,7 +445,6 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         state.endTag = name.start;
                         state.endTagLength = static_cast<std::uint32_t>(name.length);
                     }
-                    state.content.End(node);
                     complete = true;
                     break;
                 }
@@ -468,9 +464,10 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
         }
         if (entering) continue;
 
-        // `node` is complete: back to its parent, which an end tag that
-        // didn't match may close too, up to the element it names; the top
-        // node has none to offer.
+        // `node` is complete: its content goes into its record, and control
+        // back to its parent, which an end tag that didn't match may close
+        // too, up to the element it names; the top node has none to offer.
+        state.content.EndInline(node);
         while (complete) {
             if (node == top) return true;
             node = node->parent;

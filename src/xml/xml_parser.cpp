@@ -178,7 +178,7 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
 
 // The shared name and the decoded value, shared too when it is short and
 // was seen lately.
-[[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
+[[gnu::always_inline]] inline bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                       std::size_t nameLength, const SXmlToken& value) {
     const char* text = value.start;
     std::size_t length = value.length;

@@ -36,7 +36,7 @@ bool SameName(const char* stored, const char* wanted) {
 
 // A child's name is compared only when its length is that of the wanted one;
 // most names are written in the case they are asked for.
-bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
+[[gnu::always_inline]] inline bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
     return child->nameLength == wantedLength && child->name != nullptr &&
            (XmlSameBytes(child->name, wanted, wantedLength) || platform::EqualNoCase(child->name, wanted));
 }

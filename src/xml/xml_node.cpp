@@ -77,9 +77,10 @@ const char* XMLNode::Name() const noexcept { return data_ != nullptr ? data_->na
 int XMLNode::ChildCount(const char* name) const noexcept {
     if (data_ == nullptr || name == nullptr) return 0;
     const std::size_t length = std::strlen(name);
+    SXmlNodeData* const* children = xml_detail::Children(data_);
     int count = 0;
     for (std::int32_t i = 0; i < data_->childCount; ++i) {
-        if (SameName(xml_detail::Children(data_)[i], name, length)) ++count;
+        if (SameName(children[i], name, length)) ++count;
     }
     return count;
 }
@@ -88,8 +89,9 @@ XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexc
     if (data_ == nullptr || name == nullptr) return XMLNode();
     const std::size_t length = std::strlen(name);
     std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
+    SXmlNodeData* const* children = xml_detail::Children(data_);
     for (std::int32_t i = start; i < data_->childCount; ++i) {
-        SXmlNodeData* child = xml_detail::Children(data_)[i];
+        SXmlNodeData* child = children[i];
         if (SameName(child, name, length)) {
             if (position != nullptr) *position = i + 1;
             Retain(child);
@@ -102,14 +104,15 @@ XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexc
 XMLNode XMLNode::ChildAt(const char* name, std::int32_t position) const noexcept {
     if (data_ == nullptr || name == nullptr) return XMLNode();
     const std::size_t length = std::strlen(name);
+    SXmlNodeData* const* children = xml_detail::Children(data_);
     SXmlNodeData* found = nullptr;
     if (position < 0) {
         for (std::int32_t i = data_->childCount - 1; i >= 0 && found == nullptr; --i) {
-            if (SameName(xml_detail::Children(data_)[i], name, length)) found = xml_detail::Children(data_)[i];
+            if (SameName(children[i], name, length)) found = children[i];
         }
     } else {
         for (std::int32_t i = 0; i < data_->childCount && found == nullptr; ++i) {
-            if (SameName(xml_detail::Children(data_)[i], name, length) && position-- == 0) found = xml_detail::Children(data_)[i];
+            if (SameName(children[i], name, length) && position-- == 0) found = children[i];
         }
     }
     if (found == nullptr) return XMLNode();

@@ -37,15 +37,15 @@ inline std::size_t Walk(const ZEM::XMLNode& node, ZEM::XMLNode& deepest, int dep
         Check(node.Text(i) != nullptr);
         Touch(node.Text(i));
     }
-    for (int i = 0; i < data->clearCount; ++i) Check(Touch(data->clears[i].text) > 0);
+    for (int i = 0; i < data->clearCount; ++i) Check(Touch(ZEM::xml_detail::Clears(data)[i].text) > 0);
 
     // The order array holds every entry once, each kind in document order.
     const int entries = data->childCount + data->textCount + data->clearCount;
     int next[4] = {0, 0, 0, 0};
     for (int i = 0; i < entries; ++i) {
-        const std::uint32_t kind = data->order[i] & 3;
+        const std::uint32_t kind = ZEM::xml_detail::Order(data)[i] & 3;
         Check(kind != 1);
-        Check(static_cast<int>(data->order[i] >> 2) == next[kind]++);
+        Check(static_cast<int>(ZEM::xml_detail::Order(data)[i] >> 2) == next[kind]++);
     }
     Check(next[0] == data->childCount && next[2] == data->textCount && next[3] == data->clearCount);
 

@@ -21,10 +21,17 @@ namespace ZEM {
 
 namespace {
 
-bool IsAscii(const char* text) {
-    for (; *text != '\0'; ++text)
-        if (static_cast<unsigned char>(*text) >= 0x80) return false;
-    return true;
+// Whether the `length` bytes at `text` are all ASCII: eight at a time.
+bool IsAscii(const char* text, std::size_t length) {
+    std::uint64_t any = 0;
+    std::size_t at = 0;
+    for (; at + 8 <= length; at += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, text + at, 8);
+        any |= word;
+    }
+    for (; at < length; ++at) any |= static_cast<unsigned char>(text[at]);
+    return (any & 0x8080808080808080u) == 0;
 }
 
 // The attributes of a bean element that the reader asks for, each as
@@ -135,7 +142,10 @@ std::wstring SubstitutedText(const char* text, const ParameterMap& parameters) {
 std::string SubstitutedName(const char* text, const ParameterMap& parameters) {
     if (text == nullptr) return std::string();
     // Decoding and encoding again give ASCII back unchanged.
-    if (parameters.IsEmpty() && IsAscii(text)) return std::string(text);
+    if (parameters.IsEmpty()) {
+        const std::size_t length = std::strlen(text);
+        if (IsAscii(text, length)) return std::string(text, length);
+    }
     return Narrow(SubstituteParameters(text, parameters).View());
 }
 

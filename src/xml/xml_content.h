@@ -1,5 +1,5 @@
-// The content of the elements that the parser has open: children, texts,
-// clear sections and their order, on stacks shared by all open elements. An
+// The content of the elements that the parser has open: attributes, children,
+// texts, clear sections and their order, on stacks shared by all open elements. An
 // element's entries follow those of its ancestors, so when it ends they are
 // the top of each stack and leave for one exact block of the tree's arena.
 // Only the parser uses this; elements built through XMLNode grow their own arrays.
@@ -56,19 +56,29 @@ private:
     std::uint32_t capacity_ = kInline;
 };
 
+// Copies `count` entries from `from` into `place` and moves `place` on.
+template <class T>
+inline void Place(const T* from, std::uint32_t count, char*& place) {
+    if (count == 0) return;
+    XmlCopyBytes(place, from, static_cast<std::size_t>(count) * sizeof(T));
+    place += static_cast<std::size_t>(count) * sizeof(T);
+}
+
 }  // namespace xml_detail
 
 class CXmlOpenContent {
 public:
     // `node` opens; its entries go on top of its parent's.
     void Begin(SXmlNodeData* node) {
-        starts_.Push(SStart{children_.Size(), texts_.Size(), clears_.Size(), order_.Size()});
+        starts_.Push(SStart{attributes_.Size(), children_.Size(), texts_.Size(), clears_.Size(), order_.Size()});
         innermost_ = node;
     }
 
     // The element that opened last and hasn't ended; null when none is open.
     SXmlNodeData* Innermost() const noexcept { return innermost_; }
     bool AnyOpen() const noexcept { return starts_.Size() != 0; }
+
+    void AddAttribute(char* name, char* value) { attributes_.Push(SXmlAttribute{name, value}); }
 
     void AddChild(SXmlNodeData* child) {
         const std::uint32_t index = children_.Size() - Start().children;
@@ -101,13 +111,16 @@ public:
         order_.Pop();
     }
 
-    // The innermost element ends: its entries move into its record. Throws
-    // std::bad_alloc and leaves everything as it was when memory runs out.
+    // The innermost element ends: its entries move into its record, in one
+    // exact block of the arena; an order that the shared tables hold costs no
+    // room in it. Throws std::bad_alloc and leaves everything as it was when
+    // memory runs out. EndInline is the same, for the parsing loop.
     void End(SXmlNodeData* node);
+    void EndInline(SXmlNodeData* node);
 
 private:
     struct SStart {
-        std::uint32_t children, texts, clears, order;
+        std::uint32_t attributes, children, texts, clears, order;
     };
 
     const SStart& Start() const noexcept { return *starts_.At(starts_.Size() - 1); }
@@ -119,6 +132,7 @@ private:
         order_.Push(entry);
     }
 
+    xml_detail::CXmlStack<SXmlAttribute> attributes_;
     xml_detail::CXmlStack<SXmlNodeData*> children_;
     xml_detail::CXmlStack<char*> texts_;
     xml_detail::CXmlStack<SXmlClear> clears_;
@@ -126,5 +140,44 @@ private:
     xml_detail::CXmlStack<SStart> starts_;
     SXmlNodeData* innermost_ = nullptr;
 };
+
+[[gnu::always_inline]] inline void CXmlOpenContent::EndInline(SXmlNodeData* node) {
+    const SStart start = Start();
+    const std::uint32_t attributes = attributes_.Size() - start.attributes;
+    const std::uint32_t children = children_.Size() - start.children;
+    const std::uint32_t texts = texts_.Size() - start.texts;
+    const std::uint32_t clears = clears_.Size() - start.clears;
+    const std::uint32_t entries = order_.Size() - start.order;
+
+    std::uint8_t layout = XmlLayoutPacked;
+    if (clears == 0 && entries <= static_cast<std::uint32_t>(xml_detail::kXmlSharedOrderSize)) {
+        if (texts == 0) layout = XmlLayoutChildOrder;
+        else if (children == 0) layout = XmlLayoutTextOrder;
+    }
+    // The order array, of 4-byte entries, last.
+    const std::size_t bytes = attributes * sizeof(SXmlAttribute) + children * sizeof(SXmlNodeData*) +
+                              texts * sizeof(char*) + clears * sizeof(SXmlClear) +
+                              (layout != XmlLayoutPacked ? 0 : entries * sizeof(std::uint32_t));
+    char* place = bytes != 0 ? static_cast<char*>(node->arena->Allocate(bytes)) : nullptr;
+    node->content = place;
+    xml_detail::Place(attributes_.At(start.attributes), attributes, place);
+    xml_detail::Place(children_.At(start.children), children, place);
+    xml_detail::Place(texts_.At(start.texts), texts, place);
+    xml_detail::Place(clears_.At(start.clears), clears, place);
+    if (layout == XmlLayoutPacked) xml_detail::Place(order_.At(start.order), entries, place);
+    node->layout = layout;
+    node->attributeCount = static_cast<std::int32_t>(attributes);
+    node->childCount = static_cast<std::int32_t>(children);
+    node->textCount = static_cast<std::int32_t>(texts);
+    node->clearCount = static_cast<std::int32_t>(clears);
+
+    attributes_.CutTo(start.attributes);
+    children_.CutTo(start.children);
+    texts_.CutTo(start.texts);
+    clears_.CutTo(start.clears);
+    order_.CutTo(start.order);
+    starts_.Pop();
+    innermost_ = node->parent;
+}
 
 }  // namespace ZEM

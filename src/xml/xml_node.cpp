@@ -36,7 +36,7 @@ bool SameName(const char* stored, const char* wanted) {
 
 // A child's name is compared only when its length is that of the wanted one;
 // most names are written in the case they are asked for.
-bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
+[[gnu::always_inline]] inline bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
     return child->nameLength == wantedLength && child->name != nullptr &&
            (XmlSameBytes(child->name, wanted, wantedLength) || platform::EqualNoCase(child->name, wanted));
 }
@@ -77,9 +77,10 @@ const char* XMLNode::Name() const noexcept { return data_ != nullptr ? data_->na
 int XMLNode::ChildCount(const char* name) const noexcept {
     if (data_ == nullptr || name == nullptr) return 0;
     const std::size_t length = std::strlen(name);
+    SXmlNodeData* const* children = xml_detail::Children(data_);
     int count = 0;
     for (std::int32_t i = 0; i < data_->childCount; ++i) {
-        if (SameName(data_->children[i], name, length)) ++count;
+        if (SameName(children[i], name, length)) ++count;
     }
     return count;
 }
@@ -88,8 +89,9 @@ XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexc
     if (data_ == nullptr || name == nullptr) return XMLNode();
     const std::size_t length = std::strlen(name);
     std::int32_t start = position != nullptr && *position > 0 ? *position : 0;
+    SXmlNodeData* const* children = xml_detail::Children(data_);
     for (std::int32_t i = start; i < data_->childCount; ++i) {
-        SXmlNodeData* child = data_->children[i];
+        SXmlNodeData* child = children[i];
         if (SameName(child, name, length)) {
             if (position != nullptr) *position = i + 1;
             Retain(child);
@@ -102,14 +104,15 @@ XMLNode XMLNode::NextChild(const char* name, std::int32_t* position) const noexc
 XMLNode XMLNode::ChildAt(const char* name, std::int32_t position) const noexcept {
     if (data_ == nullptr || name == nullptr) return XMLNode();
     const std::size_t length = std::strlen(name);
+    SXmlNodeData* const* children = xml_detail::Children(data_);
     SXmlNodeData* found = nullptr;
     if (position < 0) {
         for (std::int32_t i = data_->childCount - 1; i >= 0 && found == nullptr; --i) {
-            if (SameName(data_->children[i], name, length)) found = data_->children[i];
+            if (SameName(children[i], name, length)) found = children[i];
         }
     } else {
         for (std::int32_t i = 0; i < data_->childCount && found == nullptr; ++i) {
-            if (SameName(data_->children[i], name, length) && position-- == 0) found = data_->children[i];
+            if (SameName(children[i], name, length) && position-- == 0) found = children[i];
         }
     }
     if (found == nullptr) return XMLNode();
@@ -127,7 +130,7 @@ const char* XMLNode::AttributeValue(const char* name, std::int32_t* position) co
     const unsigned char mask = letter ? 0x20 : 0;
     const unsigned char folded = first | mask;
     for (std::int32_t i = start; i < data_->attributeCount; ++i) {
-        const SXmlAttribute& attribute = data_->attributes[i];
+        const SXmlAttribute& attribute = xml_detail::Attributes(data_)[i];
         if ((static_cast<unsigned char>(attribute.name[0]) | mask) != folded) continue;
         if (SameName(attribute.name, name)) {
             if (position != nullptr) *position = i + 1;
@@ -139,27 +142,27 @@ const char* XMLNode::AttributeValue(const char* name, std::int32_t* position) co
 
 const char* XMLNode::Text(std::int32_t index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->textCount) return nullptr;
-    return data_->texts[index];
+    return xml_detail::Texts(data_)[index];
 }
 
 int XMLNode::ChildCount() const noexcept { return data_ != nullptr ? data_->childCount : 0; }
 
 XMLNode XMLNode::ChildAtIndex(int index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->childCount) return XMLNode();
-    Retain(data_->children[index]);
-    return XMLNode(data_->children[index]);
+    Retain(xml_detail::Children(data_)[index]);
+    return XMLNode(xml_detail::Children(data_)[index]);
 }
 
 int XMLNode::AttributeCount() const noexcept { return data_ != nullptr ? data_->attributeCount : 0; }
 
 const char* XMLNode::AttributeNameAt(int index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount) return nullptr;
-    return data_->attributes[index].name;
+    return xml_detail::Attributes(data_)[index].name;
 }
 
 const char* XMLNode::AttributeValueAt(int index) const noexcept {
     if (data_ == nullptr || index < 0 || index >= data_->attributeCount) return nullptr;
-    return data_->attributes[index].value;
+    return xml_detail::Attributes(data_)[index].value;
 }
 
 int XMLNode::TextCount() const noexcept { return data_ != nullptr ? data_->textCount : 0; }

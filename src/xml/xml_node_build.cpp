@@ -61,38 +61,54 @@ void FreeGrowing(SXmlNodeData* node, void* array, int kind) noexcept {
 }
 
 void FreeHeapArrays(SXmlNodeData* node) noexcept {
-    FreeGrowing(node, node->children, XmlArrayChildren);
-    FreeGrowing(node, node->texts, XmlArrayTexts);
-    FreeGrowing(node, node->clears, XmlArrayClears);
-    FreeGrowing(node, node->attributes, XmlArrayAttributes);
-    FreeGrowing(node, node->order, XmlArrayOrder);
+    if (node->heapArrays == 0) return;
+    const SXmlSplitArrays& arrays = *Split(node);
+    FreeGrowing(node, arrays.children, XmlArrayChildren);
+    FreeGrowing(node, arrays.texts, XmlArrayTexts);
+    FreeGrowing(node, arrays.clears, XmlArrayClears);
+    FreeGrowing(node, arrays.attributes, XmlArrayAttributes);
+    FreeGrowing(node, arrays.order, XmlArrayOrder);
+}
+
+// Takes `size` bytes out of a packed record's block at `at`: what follows
+// moves up, so every later array stays where the counts say it is.
+void CutFromBlock(SXmlNodeData* node, void* at, std::size_t size) noexcept {
+    char* const start = static_cast<char*>(at);
+    char* end = reinterpret_cast<char*>(Clears(node) + node->clearCount);
+    if (node->layout == XmlLayoutPacked) end += static_cast<std::size_t>(OrderCount(node)) * sizeof(std::uint32_t);
+    std::memmove(start, start + size, static_cast<std::size_t>(end - start) - size);
 }
 
 // Removes the order entry `index * 4 + kind` and lowers the index of every
 // later entry of that kind. `entries` is the count before the removal.
-void RemoveOrder(SXmlNodeData* node, std::int32_t entries, std::int32_t index, std::uint32_t kind) {
-    if (IsSharedOrder(node->order)) return;
+void RemoveOrder(std::uint32_t* order, std::int32_t entries, std::int32_t index, std::uint32_t kind) noexcept {
+    if (IsSharedOrder(order)) return;
     const std::uint32_t wanted = static_cast<std::uint32_t>(index) * 4 + kind;
     std::int32_t at = entries - 1;
-    while (at >= 0 && node->order[at] != wanted) --at;
+    while (at >= 0 && order[at] != wanted) --at;
     if (at < 0) return;
     for (std::int32_t i = at + 1; i < entries; ++i) {
-        const std::uint32_t entry = node->order[i];
-        node->order[i - 1] = (entry & 3) == kind ? entry - 4 : entry;
+        const std::uint32_t entry = order[i];
+        order[i - 1] = (entry & 3) == kind ? entry - 4 : entry;
     }
 }
 
 // Step 1 of the release: the record leaves the children of its living parent.
 void LeaveParent(SXmlNodeData* node) noexcept {
     SXmlNodeData* parent = node->parent;
+    SXmlNodeData** children = Children(parent);
     std::int32_t at = parent->childCount - 1;
-    while (at >= 0 && parent->children[at] != node) --at;
+    while (at >= 0 && children[at] != node) --at;
     if (at < 0) return;
     const std::int32_t entries = OrderCount(parent);
-    std::memmove(parent->children + at, parent->children + at + 1,
-                 static_cast<std::size_t>(parent->childCount - at - 1) * sizeof(SXmlNodeData*));
+    if (parent->layout == XmlLayoutSplit) {
+        std::memmove(children + at, children + at + 1,
+                     static_cast<std::size_t>(parent->childCount - at - 1) * sizeof(SXmlNodeData*));
+    } else {
+        CutFromBlock(parent, children + at, sizeof(SXmlNodeData*));
+    }
     --parent->childCount;
-    RemoveOrder(parent, entries, at, XmlOrderChild);
+    RemoveOrder(Order(parent), entries, at, XmlOrderChild);
 }
 
 }  // namespace
@@ -155,36 +171,55 @@ void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, s
     return header + 1;
 }
 
+SXmlSplitArrays& MakeSplit(SXmlNodeData* node) {
+    auto* arrays = static_cast<SXmlSplitArrays*>(node->arena->Allocate(sizeof(SXmlSplitArrays)));
+    arrays->children = node->childCount != 0 ? Children(node) : nullptr;
+    arrays->texts = node->textCount != 0 ? Texts(node) : nullptr;
+    arrays->clears = node->clearCount != 0 ? Clears(node) : nullptr;
+    arrays->attributes = node->attributeCount != 0 ? Attributes(node) : nullptr;
+    arrays->order = OrderCount(node) != 0 ? Order(node) : nullptr;
+    node->content = arrays;
+    node->layout = XmlLayoutSplit;
+    return *arrays;
+}
+
 void ShrinkArrays(SXmlNodeData* node) {
     // One block for all of them; the order array, of 4-byte entries, last.
+    SXmlSplitArrays& arrays = *Split(node);
     const std::size_t bytes = GrowingBytes<SXmlNodeData*>(node, node->childCount, XmlArrayChildren) +
                               GrowingBytes<char*>(node, node->textCount, XmlArrayTexts) +
                               GrowingBytes<SXmlClear>(node, node->clearCount, XmlArrayClears) +
                               GrowingBytes<SXmlAttribute>(node, node->attributeCount, XmlArrayAttributes) +
                               GrowingBytes<std::uint32_t>(node, OrderCount(node), XmlArrayOrder);
     char* place = bytes != 0 ? static_cast<char*>(node->arena->Allocate(bytes)) : nullptr;
-    SettleArray(node, node->children, node->childCount, XmlArrayChildren, place);
-    SettleArray(node, node->texts, node->textCount, XmlArrayTexts, place);
-    SettleArray(node, node->clears, node->clearCount, XmlArrayClears, place);
-    SettleArray(node, node->attributes, node->attributeCount, XmlArrayAttributes, place);
-    SettleArray(node, node->order, OrderCount(node), XmlArrayOrder, place);
+    SettleArray(node, arrays.children, node->childCount, XmlArrayChildren, place);
+    SettleArray(node, arrays.texts, node->textCount, XmlArrayTexts, place);
+    SettleArray(node, arrays.clears, node->clearCount, XmlArrayClears, place);
+    SettleArray(node, arrays.attributes, node->attributeCount, XmlArrayAttributes, place);
+    SettleArray(node, arrays.order, OrderCount(node), XmlArrayOrder, place);
 }
 
 void AppendClear(SXmlNodeData* node, char* text, const SXmlClearMark* mark) {
-    MakeRoom(node, node->clears, node->clearCount, XmlArrayClears);
-    MakeRoom(node, node->order, OrderCount(node), XmlArrayOrder);
-    node->order[OrderCount(node)] = static_cast<std::uint32_t>(node->clearCount) * 4 + XmlOrderClear;
-    node->clears[node->clearCount++] = SXmlClear{text, mark->open, mark->close};
+    SXmlSplitArrays& arrays = Arrays(node);
+    MakeRoom(node, arrays.clears, node->clearCount, XmlArrayClears);
+    MakeRoom(node, arrays.order, OrderCount(node), XmlArrayOrder);
+    arrays.order[OrderCount(node)] = static_cast<std::uint32_t>(node->clearCount) * 4 + XmlOrderClear;
+    arrays.clears[node->clearCount++] = SXmlClear{text, mark->open, mark->close};
 }
 
 void RemoveClearAt(SXmlNodeData* node, int index) {
     if (index < 0 || index >= node->clearCount) return;
     // The text stays in the arena until the tree goes.
     const std::int32_t entries = OrderCount(node);
-    std::memmove(node->clears + index, node->clears + index + 1,
-                 static_cast<std::size_t>(node->clearCount - index - 1) * sizeof(SXmlClear));
+    SXmlClear* clears = Clears(node);
+    if (node->layout == XmlLayoutSplit) {
+        std::memmove(clears + index, clears + index + 1,
+                     static_cast<std::size_t>(node->clearCount - index - 1) * sizeof(SXmlClear));
+    } else {
+        CutFromBlock(node, clears + index, sizeof(SXmlClear));
+    }
     --node->clearCount;
-    RemoveOrder(node, entries, index, XmlOrderClear);
+    RemoveOrder(Order(node), entries, index, XmlOrderClear);
 }
 
 void ReleaseLast(SXmlNodeData* node) noexcept {
@@ -205,8 +240,9 @@ void ReleaseLast(SXmlNodeData* node) noexcept {
     while (pending != nullptr) {
         SXmlNodeData* dead = pending;
         pending = dead->parent;
+        SXmlNodeData* const* children = Children(dead);
         for (std::int32_t i = 0; i < dead->childCount; ++i) {
-            SXmlNodeData* child = dead->children[i];
+            SXmlNodeData* child = children[i];
             child->parent = nullptr;
             if (--child->refCount == 0) {
                 child->parent = pending;

@@ -2,11 +2,12 @@
 // model and the parser include this header.
 //
 // All memory of a tree (records, strings, finished arrays) comes from one
-// CXmlArena. The parser gives each element its arrays once, at their exact
-// sizes (xml_content.h). An element built through XMLNode grows its arrays in
-// fixed steps, the first step in a block that the arena recycles from element
-// to element, later ones on the heap; when it is finished they move into the
-// arena at their exact sizes.
+// CXmlArena. The parser gives each element its arrays once, back to back in
+// one exact block (xml_content.h). An element built or changed through
+// XMLNode gets its arrays apart and grows them in fixed steps, the first
+// step in a block that the arena recycles from element to element, later
+// ones on the heap; when it is finished they move into the arena at their
+// exact sizes.
 #pragma once
 
 #include <cstddef>
@@ -40,27 +41,51 @@ enum EXmlOrderKind : std::uint32_t {
 constexpr int kXmlArrayStep = 50;
 constexpr int kXmlOrderStep = 150;
 
-struct SXmlNodeData {
-    char* name;  // null for the document's top node
-    std::int32_t childCount;
-    std::int32_t textCount;
-    std::int32_t clearCount;
-    std::int32_t attributeCount;
-    bool isDeclaration;
-    // One bit per array (children, texts, clears, attributes, order, from bit
-    // 0): set while the array is still growing, behind a header of its own.
-    std::uint8_t heapArrays;
-    std::uint32_t nameLength;  // of `name`, for matching end tags
-    SXmlNodeData* parent;     // not counted; null for a top node and once the parent is gone
+struct SXmlNodeData;
+
+// The arrays of a record that is built or changed through XMLNode, each on
+// its own so that it can grow.
+struct SXmlSplitArrays {
     SXmlNodeData** children;  // each entry holds one reference
     char** texts;
     SXmlClear* clears;
     SXmlAttribute* attributes;
     std::uint32_t* order;
+};
+
+// How a record keeps its arrays (SXmlNodeData::layout). The parser gives a
+// record one block: attributes, children, texts, clear sections and, unless
+// a shared table serves, the order, back to back. A record that XMLNode
+// builds on or adds to holds an SXmlSplitArrays instead.
+enum EXmlLayout : std::uint8_t {
+    XmlLayoutPacked,       // the order is the last part of the block
+    XmlLayoutChildOrder,   // the order is kXmlChildOrder
+    XmlLayoutTextOrder,    // the order is kXmlTextOrder
+    XmlLayoutSplit,
+};
+
+// 64 bytes: a document holds one per element, and most of a tree's memory is
+// these records.
+struct SXmlNodeData {
+    char* name;            // null for the document's top node
+    SXmlNodeData* parent;  // not counted; null for a top node and once the parent is gone
+    CXmlArena* arena;
+    void* content;         // the block or the SXmlSplitArrays, as `layout` says; may be null without entries
+    std::int32_t childCount;
+    std::int32_t textCount;
+    std::int32_t clearCount;
+    std::int32_t attributeCount;
+    std::uint32_t nameLength;   // of `name`, for matching end tags
     std::int32_t refCount;
     std::int32_t sourceOffset;  // of the element's '<'; -1 if unknown
-    CXmlArena* arena;
+    bool isDeclaration;
+    // Split records: one bit per array (children, texts, clears, attributes,
+    // order, from bit 0), set while the array is still growing, behind a
+    // header of its own.
+    std::uint8_t heapArrays;
+    std::uint8_t layout;  // an EXmlLayout
 };
+static_assert(sizeof(void*) != 8 || sizeof(SXmlNodeData) == 64, "a node record should stay at 64 bytes");
 
 namespace xml_detail {
 
@@ -82,6 +107,44 @@ inline bool IsSharedOrder(const std::uint32_t* order) noexcept {
         return at >= first && at < first + sizeof table;
     };
     return within(kXmlChildOrder) || within(kXmlTextOrder);
+}
+
+// The arrays of a record, whatever its layout.
+inline SXmlSplitArrays* Split(const SXmlNodeData* node) noexcept {
+    return static_cast<SXmlSplitArrays*>(node->content);
+}
+inline SXmlAttribute* Attributes(const SXmlNodeData* node) noexcept {
+    if (node->layout == XmlLayoutSplit) return Split(node)->attributes;
+    return static_cast<SXmlAttribute*>(node->content);
+}
+inline SXmlNodeData** Children(const SXmlNodeData* node) noexcept {
+    if (node->layout == XmlLayoutSplit) return Split(node)->children;
+    return reinterpret_cast<SXmlNodeData**>(static_cast<char*>(node->content) +
+                                            static_cast<std::size_t>(node->attributeCount) * sizeof(SXmlAttribute));
+}
+inline char** Texts(const SXmlNodeData* node) noexcept {
+    if (node->layout == XmlLayoutSplit) return Split(node)->texts;
+    return reinterpret_cast<char**>(Children(node) + node->childCount);
+}
+inline SXmlClear* Clears(const SXmlNodeData* node) noexcept {
+    if (node->layout == XmlLayoutSplit) return Split(node)->clears;
+    return reinterpret_cast<SXmlClear*>(Texts(node) + node->textCount);
+}
+inline std::uint32_t* Order(const SXmlNodeData* node) noexcept {
+    switch (node->layout) {
+        case XmlLayoutSplit: return Split(node)->order;
+        case XmlLayoutChildOrder: return const_cast<std::uint32_t*>(kXmlChildOrder.data());
+        case XmlLayoutTextOrder: return const_cast<std::uint32_t*>(kXmlTextOrder.data());
+        default: return reinterpret_cast<std::uint32_t*>(Clears(node) + node->clearCount);
+    }
+}
+
+// The record's arrays, each on its own from now on, ready to grow: a packed
+// record gets an SXmlSplitArrays that points into its block. Throws
+// std::bad_alloc and leaves the record as it was when memory runs out.
+SXmlSplitArrays& MakeSplit(SXmlNodeData* node);
+inline SXmlSplitArrays& Arrays(SXmlNodeData* node) {
+    return node->layout == XmlLayoutSplit ? *Split(node) : MakeSplit(node);
 }
 
 // The arrays of a record, in the order of their bits in heapArrays.
@@ -141,13 +204,10 @@ inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, std::size_t nameLen
     node->attributeCount = 0;
     node->isDeclaration = isDeclaration;
     node->heapArrays = 0;
+    node->layout = XmlLayoutPacked;
     node->nameLength = static_cast<std::uint32_t>(nameLength);
     node->parent = parent;
-    node->children = nullptr;
-    node->texts = nullptr;
-    node->clears = nullptr;
-    node->attributes = nullptr;
-    node->order = nullptr;
+    node->content = nullptr;
     node->refCount = 1;
     node->sourceOffset = -1;
     node->arena = arena;
@@ -158,24 +218,27 @@ inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, std::size_t nameLen
 // Appends; the strings must live in the node's arena. Throw std::bad_alloc
 // and leave the node unchanged when memory runs out.
 inline SXmlNodeData* AppendChild(SXmlNodeData* node, char* name, std::size_t nameLength, bool isDeclaration) {
-    MakeRoom(node, node->children, node->childCount, XmlArrayChildren);
-    MakeRoom(node, node->order, OrderCount(node), XmlArrayOrder);
+    SXmlSplitArrays& arrays = Arrays(node);
+    MakeRoom(node, arrays.children, node->childCount, XmlArrayChildren);
+    MakeRoom(node, arrays.order, OrderCount(node), XmlArrayOrder);
     SXmlNodeData* child = NewRecord(node->arena, name, nameLength, node, isDeclaration);
-    node->order[OrderCount(node)] = static_cast<std::uint32_t>(node->childCount) * 4 + XmlOrderChild;
-    node->children[node->childCount++] = child;
+    arrays.order[OrderCount(node)] = static_cast<std::uint32_t>(node->childCount) * 4 + XmlOrderChild;
+    arrays.children[node->childCount++] = child;
     return child;
 }
 
 inline void AppendAttribute(SXmlNodeData* node, char* name, char* value) {
-    MakeRoom(node, node->attributes, node->attributeCount, XmlArrayAttributes);
-    node->attributes[node->attributeCount++] = SXmlAttribute{name, value};
+    SXmlSplitArrays& arrays = Arrays(node);
+    MakeRoom(node, arrays.attributes, node->attributeCount, XmlArrayAttributes);
+    arrays.attributes[node->attributeCount++] = SXmlAttribute{name, value};
 }
 
 inline void AppendText(SXmlNodeData* node, char* text) {
-    MakeRoom(node, node->texts, node->textCount, XmlArrayTexts);
-    MakeRoom(node, node->order, OrderCount(node), XmlArrayOrder);
-    node->order[OrderCount(node)] = static_cast<std::uint32_t>(node->textCount) * 4 + XmlOrderText;
-    node->texts[node->textCount++] = text;
+    SXmlSplitArrays& arrays = Arrays(node);
+    MakeRoom(node, arrays.texts, node->textCount, XmlArrayTexts);
+    MakeRoom(node, arrays.order, OrderCount(node), XmlArrayOrder);
+    arrays.order[OrderCount(node)] = static_cast<std::uint32_t>(node->textCount) * 4 + XmlOrderText;
+    arrays.texts[node->textCount++] = text;
 }
 
 void AppendClear(SXmlNodeData* node, char* text, const SXmlClearMark* mark);

@@ -21,7 +21,25 @@ namespace {
 
 using namespace xml_detail;
 
-// A decoded copy in the arena, or null with the error set.
+// A short value without references that was stored lately, or a new copy of
+// it. Values such as "true" or a type name come back on element after element.
+inline char* StoreShortValue(const char* text, std::size_t length, SXmlParseState& state) {
+    if (length == 0) return state.arena->CopyString(text, length);
+    const auto first = static_cast<unsigned char>(text[0]);
+    const auto middle = static_cast<unsigned char>(text[length / 2]);
+    const auto last = static_cast<unsigned char>(text[length - 1]);
+    SXmlParseState::SStoredName& stored =
+        state.values[(length * 7 + first * 3 + middle * 5 + last) % SXmlParseState::kValueSlots];
+    if (stored.length == length && XmlSameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
+    char* copy = state.arena->CopyString(text, length);
+    stored.text = copy;
+    stored.length = length;
+    return copy;
+}
+
+// A decoded copy in the arena, or null with the error set. `Shared`: a short
+// value may be one that the tree holds already.
+template <bool Shared = false>
 char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
 #if defined(__SSE2__)
     // Most values are short and hold no reference: without an '&' the bytes
@@ -33,7 +51,10 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
         const auto high = static_cast<unsigned>(
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
         const std::uint64_t within = (std::uint64_t{1} << length) - 1;
-        if (((low | (high << 16)) & within) == 0) return state.arena->CopyString(text, length);
+        if (((low | (high << 16)) & within) == 0) {
+            if constexpr (Shared) return StoreShortValue(text, length, state);
+            return state.arena->CopyString(text, length);
+        }
     }
 #endif
     const std::size_t room = length + kXmlDecodeSlack + 1;
@@ -153,37 +174,11 @@ inline bool StorePendingText(SXmlParseState& state, const char* end) {
     return state.pendingText == nullptr || StorePendingTextNow(state, end);
 }
 
-// Moves the waiting attributes behind those the record has, growing its array.
-[[gnu::noinline]] void SpillAttributes(SXmlNodeData* node, SXmlParseState& state) {
-    for (int i = 0; i < state.pendingAttributeCount; ++i)
-        AppendAttribute(node, state.pendingAttributes[i].name, state.pendingAttributes[i].value);
-    state.pendingAttributeCount = 0;
-}
+inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state.content.AddAttribute(name, value); }
 
-inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, char* value) {
-    if (state.pendingAttributeCount == SXmlParseState::kPendingAttributes) SpillAttributes(node, state);
-    state.pendingAttributes[state.pendingAttributeCount++] = SXmlAttribute{name, value};
-}
-
-// The start tag has ended: its attributes go into the record, at their exact
-// size unless some went ahead already.
-inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
-    const int count = state.pendingAttributeCount;
-    if (count == 0) return;
-    if (node->attributeCount != 0) {
-        SpillAttributes(node, state);
-        return;
-    }
-    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(SXmlAttribute);
-    auto* exact = static_cast<SXmlAttribute*>(state.arena->Allocate(bytes));
-    XmlCopyBytes(exact, state.pendingAttributes, bytes);
-    node->attributes = exact;
-    node->attributeCount = count;
-    state.pendingAttributeCount = 0;
-}
-
-// The shared name and a decoded copy of the value.
-[[gnu::noinline]] bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
+// The shared name and the decoded value, shared too when it is short and
+// was seen lately.
+[[gnu::always_inline]] inline bool StoreAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                       std::size_t nameLength, const SXmlToken& value) {
     const char* text = value.start;
     std::size_t length = value.length;
@@ -193,15 +188,15 @@ inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
         length -= 2;
     }
     char* storedName = StoreNameInline(name, nameLength, state);
-    char* decoded = DecodeCopy(text, length, state);
+    char* decoded = DecodeCopy<true>(text, length, state);
     if (decoded == nullptr) return false;
-    AddAttribute(node, state, storedName, decoded);
+    AddAttribute(state, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AddAttribute(node, state, StoreName(name, nameLength, state), nullptr);
+    AddAttribute(state, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
@@ -231,7 +226,7 @@ inline void SettleAttributes(SXmlNodeData* node, SXmlParseState& state) {
     return true;
 }
 
-[[gnu::noinline]] SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
+[[gnu::always_inline]] inline SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
     SXmlNodeData* child = NewRecord(node->arena, StoreNameInline(name.start, name.length, state), name.length, node,
                                     tag.kind == TokenDeclarationStart);
@@ -373,13 +368,9 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
             } else {
                 const EStartTag end = ReadStartTag(node, state, cursor);
                 state.cursor = cursor;
-                SettleAttributes(node, state);
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
-                if (end == StartTagClosed) {
-                    state.content.End(node);
-                    complete = true;
-                }
+                if (end == StartTagClosed) complete = true;
             }
         }
 
@@ -454,7 +445,6 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         state.endTag = name.start;
                         state.endTagLength = static_cast<std::uint32_t>(name.length);
                     }
-                    state.content.End(node);
                     complete = true;
                     break;
                 }
@@ -474,9 +464,10 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
         }
         if (entering) continue;
 
-        // `node` is complete: back to its parent, which an end tag that
-        // didn't match may close too, up to the element it names; the top
-        // node has none to offer.
+        // `node` is complete: its content goes into its record, and control
+        // back to its parent, which an end tag that didn't match may close
+        // too, up to the element it names; the top node has none to offer.
+        state.content.EndInline(node);
         while (complete) {
             if (node == top) return true;
             node = node->parent;

@@ -69,12 +69,11 @@ struct SXmlParseState {
         std::size_t length = 0;
     };
     SStoredName names[kNameSlots];
-    // The attributes of the start tag being read: the record gets them in one
-    // exact array when the tag ends, instead of an array that grows.
-    static constexpr int kPendingAttributes = 16;
-    SXmlAttribute pendingAttributes[kPendingAttributes];
-    int pendingAttributeCount = 0;
-    // Children, texts and clear sections of the elements open now.
+    // Short attribute values stored lately, the same way: an attribute value
+    // is never written once stored, so elements may share one.
+    static constexpr int kValueSlots = 128;
+    SStoredName values[kValueSlots];
+    // Attributes, children, texts and clear sections of the elements open now.
     CXmlOpenContent content;
 };
 

@@ -35,17 +35,17 @@ inline std::string DumpXml(const ZEM::XMLNode& node) {
         out += '{';
         for (int i = 0; i < entries; ++i) {
             if (i != 0) out += ',';
-            const std::uint32_t entry = data->order[i];
+            const std::uint32_t entry = ZEM::xml_detail::Order(data)[i];
             const std::uint32_t index = entry >> 2;
             switch (entry & 3) {
                 case ZEM::XmlOrderChild:
                     out += DumpXml(node.ChildAtIndex(static_cast<int>(index)));
                     break;
                 case ZEM::XmlOrderText:
-                    out += '"' + std::string(data->texts[index]) + '"';
+                    out += '"' + std::string(ZEM::xml_detail::Texts(data)[index]) + '"';
                     break;
                 case ZEM::XmlOrderClear: {
-                    const ZEM::SXmlClear& clear = data->clears[index];
+                    const ZEM::SXmlClear& clear = ZEM::xml_detail::Clears(data)[index];
                     out += std::string("[") + clear.openTag + "|" + clear.text + "|" + clear.closeTag + "]";
                     break;
                 }

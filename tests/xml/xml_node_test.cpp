@@ -85,6 +85,24 @@ TEST(XmlNode, SharedOrderIsCopiedBeforeItChanges) {
     EXPECT_EQ(DumpXml(Parse("<x><y/><z>v</z><w/></x>")), "x{y,z{\"v\"},w}");
 }
 
+// A parsed element keeps its arrays back to back in one block: removing a
+// clear section moves what follows, and the arrays around it stay whole.
+TEST(XmlNode, RemovingAClearSectionKeepsTheRestOfAPackedElement) {
+    XMLNode a = Parse("<a x='1' y='2'><b/>t<!--c--><c/><![CDATA[d]]>u<d/></a>");
+    const std::string whole = "a(x=1,y=2){b,\"t\",[<!--|c|-->],c,[<![CDATA[|d|]]>],\"u\",d}";
+    EXPECT_EQ(DumpXml(a), whole);
+    a.RemoveClear(2);  // none such: nothing changes
+    EXPECT_EQ(DumpXml(a), whole);
+    a.RemoveClear(0);
+    EXPECT_EQ(DumpXml(a), "a(x=1,y=2){b,\"t\",c,[<![CDATA[|d|]]>],\"u\",d}");
+    a.RemoveClear(0);
+    EXPECT_EQ(DumpXml(a), "a(x=1,y=2){b,\"t\",c,\"u\",d}");
+    a.AddClear(strdup("e"), &ZEM::kXmlClearMarks[ZEM::XmlClearComment]);
+    a.AddAttribute(strdup("z"), strdup("3"));
+    EXPECT_EQ(DumpXml(a), "a(x=1,y=2,z=3){b,\"t\",c,\"u\",d,[<!--|e|-->]}");
+    EXPECT_STREQ(a.NextChild("d").Name(), "d");
+}
+
 TEST(XmlNode, HandlesShareRecordsAndChildrenOutliveParents) {
     XMLNode inner;
     XMLNode declaration;

@@ -23,7 +23,9 @@ void OnFiber() {
 TEST(StackLeft, MeasuresTheThreadsOwnStackOnly) {
     std::size_t left = 0;
     zem_support::RunOnSmallStack([&] { left = ZEM::platform::StackLeft(); }, 256 * 1024);
-    EXPECT_GT(left, 128u * 1024);
+    // The thread library keeps the thread's static TLS in the same mapping,
+    // and a sanitizer's runtime has a large one: most, not all, is left.
+    EXPECT_GT(left, 64u * 1024);
     EXPECT_LT(left, 256u * 1024);
 
     // A fiber's stack is none of the thread's: nothing is known of its size,

@@ -36,7 +36,7 @@ bool HasText(const char* value) { return value != nullptr && *value != '\0'; }
 // Inner beans may nest this deep in one bean. Each level is a few frames of
 // the readers, and the limit keeps a document within a small thread stack.
 // The refusal names the outermost bean, the one a reader can find.
-constexpr int kMaxInnerBeanNesting = 16;
+constexpr int kMaxInnerBeanNesting = 8;
 thread_local int t_innerBeanNesting = 0;
 thread_local const SBean* t_outermostHolder = nullptr;
 

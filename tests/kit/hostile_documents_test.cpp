@@ -74,13 +74,13 @@ TEST_F(HostileDocuments, DeepDocumentsLoadOrAreRefusedOnASmallStack) {
     } cases[] = {
         // As deep as the parser goes, in elements the readers pass by.
         {"<zem>" + Repeat("<a>", 998) + Repeat("</a>", 998) + "</zem>", L""},
-        {Document(InnerBeans(16)), L""},
-        {Document(InnerBeans(17)), L"Inner beans nested too deeply in bean 'top'"},
+        {Document(InnerBeans(8)), L""},
+        {Document(InnerBeans(9)), L"Inner beans nested too deeply in bean 'top'"},
         {Document(InnerBeans(300)), L"Inner beans nested too deeply in bean 'top'"},
         {Document(NestedLoops(16)), L""},
         {Document(NestedLoops(200)), L"Loops nested too deeply at loop over 'v16'"},
         // The deepest reading the limits allow: inner beans inside every loop.
-        {Document(NestedLoops(16).replace(NestedLoops(16).find("<bean"), 29, InnerBeans(16))), L""},
+        {Document(NestedLoops(16).replace(NestedLoops(16).find("<bean"), 29, InnerBeans(8))), L""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text.substr(0, 120));
@@ -96,7 +96,7 @@ TEST_F(HostileDocuments, IncludeChainsAndLoopBudgetsNameTheFile) {
         std::ofstream(folder.Path("f" + std::to_string(i) + ".xml"))
             << "<zem><include path='f" << i + 1 << ".xml'/></zem>";
     std::ofstream(folder.Path("f63.xml")) << Document(NestedLoops(16).replace(NestedLoops(16).find("<bean"), 29,
-                                                                              InnerBeans(16)));
+                                                                              InnerBeans(8)));
     std::ofstream(folder.Path("half.xml")) << Document("<foreach substitute='s' set='" + std::string(500000, '|') +
                                                        "'/>");
     std::ofstream(folder.Path("budget.xml")) << "<zem><include path='half.xml'/>"

@@ -5,13 +5,12 @@
 #include <iomanip>
 #include <iostream>
 #include <memory>
-#include <mutex>
 #include <sstream>
+#include <vector>
 
 #include "bean_index.h"
 #include "cli.h"
 #include "config/document_reader.h"
-#include "container/process_objects.h"
 #include "foundation/string_convert.h"
 #include "profile_recorder.h"
 #include "profile_trace.h"
@@ -51,37 +50,26 @@ SProfiledLoad ProfileOne(const std::string& file) {
     CSession session;
     auto recorder = std::make_shared<CProfileRecorder>();
     ZEM::SetBeanRequestObserver(session.Factory(), recorder);
-    ZEM::CBeanFactoryImpl& impl = session.Impl();
-    // The steps of CContainer::Reset(path), each timed.
+    // The steps of the load, each timed; the parse of each file is a step
+    // inside the read, and what is left of the read is the readers' work.
     const std::size_t whole = recorder->BeginStep("(load)");
+    std::vector<std::size_t> open;
+    auto watch = [&](const char* step, bool started) {
+        if (started) {
+            open.push_back(recorder->BeginStep(step));
+        } else {
+            recorder->EndStep(open.back());
+            open.pop_back();
+        }
+    };
+    ZEM::SetParseWatch([&](bool started) { watch("(parse)", started); });
     try {
-        impl.ResetFactory();
-        const std::size_t read = recorder->BeginStep("(read)");
-        // The parse of each file is a step inside the read; what is left of
-        // the read is the work of the readers.
-        std::size_t parse = kNoSpan;
-        ZEM::SetParseWatch([&](bool started) {
-            if (started) parse = recorder->BeginStep("(parse)");
-            else recorder->EndStep(parse);
-        });
-        struct SUnwatch {
-            ~SUnwatch() { ZEM::SetParseWatch(nullptr); }
-        } unwatch;
-        ZEM::CConfiguration configuration = file == "-"
-                                                ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
-                                                : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str());
-        recorder->EndStep(read);
-        std::lock_guard<std::mutex> startup(ZEM::StartupMutex());
-        const std::size_t merge = recorder->BeginStep("(merge)");
-        impl.LoadConfiguration(configuration);
-        recorder->EndStep(merge);
-        const std::size_t eager = recorder->BeginStep("(eager beans)");
-        impl.CreateEagerBeans();
-        recorder->EndStep(eager);
+        session.Load(file, true, watch);
         load.loaded = true;
     } catch (const ZEM::CException& error) {
         load.error = Utf8(error.GetMessageW());
     }
+    ZEM::SetParseWatch(nullptr);
     recorder->EndStep(whole);
     ZEM::SetBeanRequestObserver(session.Factory(), nullptr);
     load.spans = recorder->Spans();

@@ -42,21 +42,24 @@ std::vector<SDroppedFailure> CSession::TakeFailures() {
     return taken;
 }
 
-void CSession::Load(const std::string& file, bool eager) {
-    const bool fromInput = file == "-";
-    if (eager) {
-        if (fromInput)
-            container_.Reset(StandardInput().c_str());
-        else
-            container_.Reset(ZEM::Widen(file).c_str());
-        return;
-    }
+void CSession::Load(const std::string& file, bool eager, const StepWatch& watch) {
+    auto tell = [&](const char* step, bool started) {
+        if (watch) watch(step, started);
+    };
     ZEM::CBeanFactoryImpl& impl = Impl();
     impl.ResetFactory();
-    ZEM::CConfiguration configuration = fromInput ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
-                                                  : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str());
+    tell("(read)", true);
+    ZEM::CConfiguration configuration = file == "-" ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
+                                                    : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str());
+    tell("(read)", false);
     std::lock_guard<std::mutex> startup(ZEM::StartupMutex());
+    tell("(merge)", true);
     impl.LoadConfiguration(configuration);
+    tell("(merge)", false);
+    if (!eager) return;
+    tell("(eager beans)", true);
+    impl.CreateEagerBeans();
+    tell("(eager beans)", false);
 }
 
 std::string FailureText(const ZEM::CException& error) {

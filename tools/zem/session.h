@@ -3,6 +3,7 @@
 // every verb that reads a configuration.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,11 +33,14 @@ public:
     void RecordFailures();
     std::vector<SDroppedFailure> TakeFailures();
 
-    // Loads `file` ("-": the text on standard input, which has no includes).
-    // With `eager`, the container's own load runs: merge, then eager beans.
-    // Without, the document is read and merged only. Throws CException with
-    // the library's message.
-    void Load(const std::string& file, bool eager);
+    // Told when each step of a load ("(read)", "(merge)", "(eager beans)")
+    // starts (true) and ends (false), for timing.
+    using StepWatch = std::function<void(const char* step, bool started)>;
+
+    // Loads `file` ("-": the text on standard input, which has no includes)
+    // in the steps of the container's own load: read, merge and, with
+    // `eager`, the eager beans. Throws CException with the library's message.
+    void Load(const std::string& file, bool eager, const StepWatch& watch = {});
 
     ZEM::IBeanFactory& Factory() const { return container_.Factory(); }
     ZEM::CBeanFactoryImpl& Impl() const;

@@ -85,8 +85,8 @@ std::shared_ptr<CBeanFactoryImpl> MakeFactory() {
     car.name = "car";
     car.className = "BenchCar";
     car.factoryMethod = "BenchCar";
-    car.arguments = {{"int", L"4"}, {"bean", L"engine"}};
-    car.properties = {{"Label", {{"const char*", L"family"}}}};
+    car.arguments = {{"int", "4"}, {"bean", "engine"}};
+    car.properties = {{"Label", {{"const char*", "family"}}}};
     library->beans.push_back(car);
     factory->LoadConfiguration(configuration);
     return factory;
@@ -138,7 +138,7 @@ BENCHMARK(BM_GetBean_NonSingleton);
 
 // The conversion of each argument of the car on its own, as a request after
 // the first pays it: the argument's type is known, its value made anew.
-void BM_Bind(benchmark::State& state, const char* type, const wchar_t* value) {
+void BM_Bind(benchmark::State& state, const char* type, const char* value) {
     auto factory = MakeFactory();
     CTypeRegistry types;
     types.SetObjectType(std::make_unique<ObjectType>(&types));
@@ -147,9 +147,9 @@ void BM_Bind(benchmark::State& state, const char* type, const wchar_t* value) {
     for (auto _ : state)
         benchmark::DoNotOptimize(EvaluateArgument(argument, factory.get(), &types, nullptr, &known).GetValue());
 }
-BENCHMARK_CAPTURE(BM_Bind, Int, "int", L"4");
-BENCHMARK_CAPTURE(BM_Bind, BeanReference, "bean", L"engine");
-BENCHMARK_CAPTURE(BM_Bind, String, "const char*", L"family");
+BENCHMARK_CAPTURE(BM_Bind, Int, "int", "4");
+BENCHMARK_CAPTURE(BM_Bind, BeanReference, "bean", "engine");
+BENCHMARK_CAPTURE(BM_Bind, String, "const char*", "family");
 
 }  // namespace
 

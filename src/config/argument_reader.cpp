@@ -74,7 +74,7 @@ void ReadInnerBean(CConfiguration& configuration, const XMLNode& element, SArgum
 
     SBean inner;
     SLibrary* owner = ReadBean(configuration, element, inner, parameters, library, Narrow(innerName).c_str());
-    argument.value = Widen(inner.name);
+    argument.value = inner.name;
     owner->beans.push_back(std::move(inner));
 }
 
@@ -144,7 +144,7 @@ void ReadArgument(CConfiguration& configuration, const XMLNode& element, SArgume
             throw CException(Message(L"Error while parsing arguments of bean '", bean.name,
                                      L"': Type is not defined"));
         argument.type = SubstitutedName(type, parameters);
-        argument.value = SubstitutedText(value.Text(), parameters);
+        argument.value = SubstitutedName(value.Text(), parameters);
         return;
     }
 
@@ -157,10 +157,10 @@ void ReadArgument(CConfiguration& configuration, const XMLNode& element, SArgume
         // Tested as written; with both attributes `bean` counts.
         if (const char* name = ref.AttributeValue("bean"); HasText(name)) {
             argument.type = "bean";
-            argument.value = SubstitutedText(name, parameters);
+            argument.value = SubstitutedName(name, parameters);
         } else if (const char* service = ref.AttributeValue("service"); HasText(service)) {
             argument.type = "service";
-            argument.value = SubstitutedText(service, parameters);
+            argument.value = SubstitutedName(service, parameters);
         } else {
             throw CException(Message(L"Error while parsing arguments of bean '", bean.name,
                                      L"': There is no valid reference bean or service name"));

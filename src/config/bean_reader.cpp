@@ -134,11 +134,6 @@ void ReadDependsOn(const XMLNode& element, const ParameterMap& parameters, SBean
 
 }  // namespace
 
-std::wstring SubstitutedText(const char* text, const ParameterMap& parameters) {
-    if (parameters.IsEmpty()) return text != nullptr ? Widen(text) : std::wstring();
-    return SubstituteParameters(text, parameters).ToStd();
-}
-
 std::string SubstitutedName(const char* text, const ParameterMap& parameters) {
     if (text == nullptr) return std::string();
     // Decoding and encoding again give ASCII back unchanged.

@@ -31,11 +31,10 @@ SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean&
 void ReadInterface(CConfiguration& configuration, SLibrary* library, const ParameterMap& parameters,
                    SBean& bean, const XMLNode& element);
 
-// The reading of a value, shared by the element readers: `text` through
-// SubstituteParameters, then made narrow where the record wants it. Null
-// gives "". Outside every loop the engine only decodes, so plain ASCII is
-// taken over as it stands.
-std::wstring SubstitutedText(const char* text, const ParameterMap& parameters);
+// The reading of a name or a value, shared by the element readers: `text`
+// through SubstituteParameters, then as UTF-8 again, as the records keep
+// text. Null gives "". Outside every loop the engine only decodes, so plain
+// ASCII is taken over as it stands.
 std::string SubstitutedName(const char* text, const ParameterMap& parameters);
 // The same passed to ParameterToBool.
 bool SubstitutedFlag(const char* text, const ParameterMap& parameters);

@@ -11,7 +11,7 @@ namespace ZEM {
 // One value of a constructor argument or a property.
 struct SArgument {
     std::string type;    // a type name, or "bean", "service", "nullptr"
-    std::wstring value;  // the text, a bean name, an interface class name, or empty
+    std::string value;   // UTF-8: the text, a bean name, an interface class name, or empty
 };
 
 // One property to inject; a finished record has at least one argument.

@@ -13,24 +13,24 @@ namespace ZEM::platform {
 
 namespace {
 
-inline bool IsSpace(wchar_t c) {
-    return c == L' ' || (c >= L'\t' && c <= L'\r');
+inline bool IsSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-const wchar_t* SkipSpaceAndSign(const wchar_t* p, bool& negative) {
+const char* SkipSpaceAndSign(const char* p, bool& negative) {
     while (IsSpace(*p)) ++p;
     negative = false;
-    if (*p == L'+' || *p == L'-') {
-        negative = *p == L'-';
+    if (*p == '+' || *p == '-') {
+        negative = *p == '-';
         ++p;
     }
     return p;
 }
 
-int DigitValue(wchar_t c) {
-    if (c >= L'0' && c <= L'9') return c - L'0';
-    if (c >= L'a' && c <= L'z') return c - L'a' + 10;
-    if (c >= L'A' && c <= L'Z') return c - L'A' + 10;
+int DigitValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'z') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'Z') return c - 'A' + 10;
     return 99;
 }
 
@@ -41,15 +41,15 @@ locale_t CLocale() {
 
 }  // namespace
 
-std::int32_t ParseInt32(const wchar_t* text) {
+std::int32_t ParseInt32(const char* text) {
     if (text == nullptr) return 0;
     bool negative;
-    const wchar_t* p = SkipSpaceAndSign(text, negative);
+    const char* p = SkipSpaceAndSign(text, negative);
     std::int64_t value = 0;
     bool overflow = false;
-    for (; *p >= L'0' && *p <= L'9'; ++p) {
+    for (; *p >= '0' && *p <= '9'; ++p) {
         if (!overflow) {
-            value = value * 10 + (*p - L'0');
+            value = value * 10 + (*p - '0');
             if (value > static_cast<std::int64_t>(INT32_MAX) + 1) overflow = true;
         }
     }
@@ -61,15 +61,15 @@ std::int32_t ParseInt32(const wchar_t* text) {
     return static_cast<std::int32_t>(value);
 }
 
-std::uint32_t ParseUInt32Auto(const wchar_t* text) {
+std::uint32_t ParseUInt32Auto(const char* text) {
     if (text == nullptr) return 0;
     bool negative;
-    const wchar_t* p = SkipSpaceAndSign(text, negative);
+    const char* p = SkipSpaceAndSign(text, negative);
     int base = 10;
-    if (p[0] == L'0' && (p[1] == L'x' || p[1] == L'X') && DigitValue(p[2]) < 16) {
+    if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && DigitValue(p[2]) < 16) {
         base = 16;
         p += 2;
-    } else if (p[0] == L'0') {
+    } else if (p[0] == '0') {
         base = 8;
     }
     std::uint64_t value = 0;
@@ -86,13 +86,13 @@ std::uint32_t ParseUInt32Auto(const wchar_t* text) {
     return negative ? static_cast<std::uint32_t>(0u - result) : result;
 }
 
-double ParseDouble(const wchar_t* text) {
+double ParseDouble(const char* text) {
     if (text == nullptr) return 0.0;
     // Only ASCII can belong to a number; anything else ends it.
     std::string narrow;
-    for (const wchar_t* p = text; *p != 0; ++p) {
-        if (*p <= 0 || *p >= 0x80) break;
-        narrow.push_back(static_cast<char>(*p));
+    for (const char* p = text; *p != 0; ++p) {
+        if (static_cast<unsigned char>(*p) >= 0x80) break;
+        narrow.push_back(*p);
     }
     if (locale_t c = CLocale(); c != static_cast<locale_t>(0)) return ::strtod_l(narrow.c_str(), nullptr, c);
     // Without a "C" locale object, hand strtod the current decimal point.

@@ -8,14 +8,14 @@
 namespace ZEM::platform {
 
 // Signed decimal; beyond 32 bits the nearest limit of int32.
-std::int32_t ParseInt32(const wchar_t* text);
+std::int32_t ParseInt32(const char* text);
 
 // Unsigned 32-bit with base prefixes: "0x"/"0X" hexadecimal, a leading "0"
 // octal, else decimal. A minus sign negates modulo 2^32; beyond 32 bits the
 // result is 4294967295.
-std::uint32_t ParseUInt32Auto(const wchar_t* text);
+std::uint32_t ParseUInt32Auto(const char* text);
 
 // A double, as strtod reads it in the "C" locale.
-double ParseDouble(const wchar_t* text);
+double ParseDouble(const char* text);
 
 }  // namespace ZEM::platform

@@ -17,70 +17,67 @@ IType::~IType() = default;
 
 namespace {
 
-bool stringToBool(const wchar_t* text) {
-    if (std::wcscmp(text, L"true") == 0) return true;
-    if (std::wcscmp(text, L"false") == 0) return false;
+bool stringToBool(const char* text) {
+    if (std::strcmp(text, "true") == 0) return true;
+    if (std::strcmp(text, "false") == 0) return false;
     throw CException(L"Invalid bool value");
 }
 
 template <class T>
-T stringToChar(const wchar_t* text) {
-    std::string narrow = Narrow(text);
-    return narrow.empty() ? T(0) : static_cast<T>(narrow[0]);
+T stringToChar(const char* text) {
+    return static_cast<T>(text[0]);
 }
 
 template <class T>
-T stringToByte(const wchar_t* text) {
+T stringToByte(const char* text) {
     return static_cast<T>(static_cast<std::uint8_t>(platform::ParseInt32(text)));
 }
 
 template <class T>
-T stringToShort(const wchar_t* text) {
+T stringToShort(const char* text) {
     return static_cast<T>(static_cast<std::uint16_t>(platform::ParseInt32(text)));
 }
 
 template <class T>
-T stringToInt(const wchar_t* text) {
+T stringToInt(const char* text) {
     return static_cast<T>(platform::ParseInt32(text));
 }
 
 // "long" is 32 bits wide whatever the platform's own long is.
 template <class T>
-T stringToLong(const wchar_t* text) {
+T stringToLong(const char* text) {
     return static_cast<T>(platform::ParseInt32(text));
 }
 
 template <class T>
-T stringToULong(const wchar_t* text) {
+T stringToULong(const char* text) {
     return static_cast<T>(platform::ParseUInt32Auto(text));
 }
 
 template <class T>
-T stringToFloat(const wchar_t* text) {
+T stringToFloat(const char* text) {
     return static_cast<T>(platform::ParseDouble(text));
 }
 
 template <class T>
-T stringToDouble(const wchar_t* text) {
+T stringToDouble(const char* text) {
     return static_cast<T>(platform::ParseDouble(text));
 }
 
 template <class T>
-T stringToString(const wchar_t* text) {
-    if constexpr (std::is_same_v<T, KtStr>) {
-        if (CShortNarrow shortText(text); shortText.Fits()) return KtStr(shortText.c_str(), shortText.size());
-        return NarrowStr(text);
-    }
+T stringToString(const char* text) {
+    if constexpr (std::is_same_v<T, KtStr>)
+        return KtStr(text);
     else
-        return T(text);
+        return WidenStr(text);
 }
 
-template <class T, T (*Convert)(const wchar_t*)>
+template <class T, T (*Convert)(const char*)>
 class BasicType final : public IType {
 public:
-    std::shared_ptr<IValuePointer> CreateValue(IBeanFactory*, const char*, const wchar_t* text,
+    std::shared_ptr<IValuePointer> CreateValue(IBeanFactory*, const char*, const char* text,
                                                const SLibrary*) override {
-        return std::make_shared<CValuePointer<T>>(Convert(text != nullptr ? text : L""));
+        return std::make_shared<CValuePointer<T>>(Convert(text != nullptr ? text : ""));
     }
 };
 
@@ -153,8 +150,8 @@ IType* CTypeRegistry::FindType(const char* name) const {
 }
 
 std::shared_ptr<IValuePointer> ObjectType::CreateValue(IBeanFactory* factory, const char* typeName,
-                                                       const wchar_t* text, const SLibrary* library) {
-    if (text == nullptr) text = L"";
+                                                       const char* text, const SLibrary* library) {
+    if (text == nullptr) text = "";
     if (std::strcmp(typeName, "bean") == 0) {
         auto value = std::make_shared<CBeanPointer>(factory, text, library);
         if (value->GetValue() != nullptr) return value;

@@ -15,7 +15,7 @@ public:
     virtual ~IType();
     // A value pointer for `text`; empty for a reference that found nothing.
     virtual std::shared_ptr<IValuePointer> CreateValue(IBeanFactory* factory, const char* typeName,
-                                                       const wchar_t* text, const SLibrary* library) = 0;
+                                                       const char* text, const SLibrary* library) = 0;
 };
 
 class CTypeRegistry {
@@ -43,7 +43,7 @@ class ObjectType final : public IType {
 public:
     explicit ObjectType(CTypeRegistry* table) : table_(table) {}
     std::shared_ptr<IValuePointer> CreateValue(IBeanFactory* factory, const char* typeName,
-                                               const wchar_t* text, const SLibrary* library) override;
+                                               const char* text, const SLibrary* library) override;
 
 private:
     CTypeRegistry* table_;

@@ -8,19 +8,10 @@
 
 namespace ZEM {
 
-CBeanPointer::CBeanPointer(IBeanFactory* factory, const wchar_t* name, const SLibrary* library) {
-    if (CShortNarrow shortName(name); shortName.Fits()) {
-        object_ = RequestReference(factory, shortName.c_str(), library);
-        return;
-    }
-    std::string narrow = Narrow(name);
-    object_ = RequestReference(factory, narrow.c_str(), library);
-}
+CBeanPointer::CBeanPointer(IBeanFactory* factory, const char* name, const SLibrary* library)
+    : object_(RequestReference(factory, name, library)) {}
 
-CServicePointer::CServicePointer(IBeanFactory* factory, const wchar_t* className) {
-    std::string narrow = Narrow(className);
-    const char* typeId = LocalLibrary().GetTypeId(narrow.c_str());
-    object_ = factory->GetService(typeId);
-}
+CServicePointer::CServicePointer(IBeanFactory* factory, const char* className)
+    : object_(factory->GetService(LocalLibrary().GetTypeId(className))) {}
 
 }  // namespace ZEM

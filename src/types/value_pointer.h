@@ -30,7 +30,7 @@ private:
 // A bean asked for on behalf of `library` at construction.
 class CBeanPointer final : public IValuePointer {
 public:
-    CBeanPointer(IBeanFactory* factory, const wchar_t* name, const SLibrary* library);
+    CBeanPointer(IBeanFactory* factory, const char* name, const SLibrary* library);
     void* GetValue() override { return object_ ? &object_ : nullptr; }
 
 private:
@@ -41,7 +41,7 @@ private:
 // class name has no type id.
 class CServicePointer final : public IValuePointer {
 public:
-    CServicePointer(IBeanFactory* factory, const wchar_t* className);
+    CServicePointer(IBeanFactory* factory, const char* className);
     void* GetValue() override { return object_ ? &object_ : nullptr; }
 
 private:

@@ -10,7 +10,7 @@ using namespace zem_test;
 // Each argument as "type=value".
 Names Arguments(const std::vector<ZEM::SArgument>& arguments) {
     Names out;
-    for (const auto& argument : arguments) out.push_back(argument.type + "=" + ZEM::Narrow(argument.value));
+    for (const auto& argument : arguments) out.push_back(argument.type + "=" + argument.value);
     return out;
 }
 

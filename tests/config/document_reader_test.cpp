@@ -161,7 +161,7 @@ TEST(DocumentReaderData, RichExampleGivesTheExpectedRecords) {
     EXPECT_EQ(pool.dependsOn, Names{"logger"});
     ASSERT_EQ(pool.properties.size(), 5u);
     EXPECT_EQ(pool.properties[1].name, "Endpoint");
-    EXPECT_EQ(pool.properties[1].arguments.at(1).value, ZEM::Widen(net[0].name));
+    EXPECT_EQ(pool.properties[1].arguments.at(1).value, net[0].name);
     EXPECT_EQ(BeanNames(*FindLibrary(configuration, "gfx.so")), (Names{"pen-red", "pen-green"}));
 }
 
@@ -172,7 +172,7 @@ TEST(DocumentReaderData, NonAsciiTextReachesTheRecords) {
     EXPECT_EQ(LibraryPaths(configuration), (Names{"biblioth\u00e8que.so", "autre.so"}));
     const auto* bean = FindBean(configuration, "caf\u00e9");
     ASSERT_NE(bean, nullptr);
-    EXPECT_EQ(bean->arguments.at(0).value, L"na\u00efve \u2013 \u6771\u4eac & \u03c0");
+    EXPECT_EQ(bean->arguments.at(0).value, "na\u00efve \u2013 \u6771\u4eac & \u03c0");
     EXPECT_EQ(bean->properties.at(1).name, "Gr\u00f6\u00dfe\u03b2");
 }
 

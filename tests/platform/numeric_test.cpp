@@ -12,28 +12,28 @@ using ZEM::platform::ParseUInt32Auto;
 // Each text read as signed decimal and as unsigned with a base prefix;
 // out-of-range values stick at the limit instead of wrapping.
 TEST(Numeric, IntegersInBothReaders) {
-    const struct { const wchar_t* text; std::int32_t decimal; std::uint32_t prefixed; } cases[] = {
-        {L"", 0, 0},
-        {L" -7", -7, 4294967289u},
-        {L"\t\r\n +42", 42, 42},
-        {L"12abc", 12, 12},
-        {L"abc", 0, 0},
-        {L"0x10", 0, 16},
-        {L"010", 10, 8},
-        {L"08", 8, 0},  // octal stops at 8
-        {L"0x", 0, 0},  // no hex digit: the "0" alone is read
-        {L"2.5", 2, 2},
-        {L"--5", 0, 0},
-        {L"2147483648", 2147483647, 2147483648u},
-        {L"-2147483649", INT32_MIN, 2147483647u},
-        {L"-4294967296", INT32_MIN, 4294967295u},  // out of range whatever the sign
-        {L"4294967296", 2147483647, 4294967295u},  // 2^32 is no wrap to 0
-        {L"-0x10", 0, 4294967280u},
-        {L"99999999999999999999999999", 2147483647, 4294967295u},
-        {L"00000000000000000000000012", 12, 10},
+    const struct { const char* text; std::int32_t decimal; std::uint32_t prefixed; } cases[] = {
+        {"", 0, 0},
+        {" -7", -7, 4294967289u},
+        {"\t\r\n +42", 42, 42},
+        {"12abc", 12, 12},
+        {"abc", 0, 0},
+        {"0x10", 0, 16},
+        {"010", 10, 8},
+        {"08", 8, 0},  // octal stops at 8
+        {"0x", 0, 0},  // no hex digit: the "0" alone is read
+        {"2.5", 2, 2},
+        {"--5", 0, 0},
+        {"2147483648", 2147483647, 2147483648u},
+        {"-2147483649", INT32_MIN, 2147483647u},
+        {"-4294967296", INT32_MIN, 4294967295u},  // out of range whatever the sign
+        {"4294967296", 2147483647, 4294967295u},  // 2^32 is no wrap to 0
+        {"-0x10", 0, 4294967280u},
+        {"99999999999999999999999999", 2147483647, 4294967295u},
+        {"00000000000000000000000012", 12, 10},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(std::wstring(c.text)));
+        SCOPED_TRACE(testing::PrintToString(std::string(c.text)));
         EXPECT_EQ(ParseInt32(c.text), c.decimal);
         EXPECT_EQ(ParseUInt32Auto(c.text), c.prefixed);
     }
@@ -42,13 +42,13 @@ TEST(Numeric, IntegersInBothReaders) {
 }
 
 TEST(Numeric, Floating) {
-    const struct { const wchar_t* text; double value; } cases[] = {
-        {L"", 0.0}, {L"abc", 0.0}, {L"2.5", 2.5}, {L"1e3", 1000.0}, {L" -0.25x", -0.25}, {L".5", 0.5},
-        {L"7e", 7.0}, {L"1.5\u00E9", 1.5}, {L"\u00E91.5", 0.0},
-        {L"1,5", 1.0},  // a comma is never the decimal point
+    const struct { const char* text; double value; } cases[] = {
+        {"", 0.0}, {"abc", 0.0}, {"2.5", 2.5}, {"1e3", 1000.0}, {" -0.25x", -0.25}, {".5", 0.5},
+        {"7e", 7.0}, {"1.5\u00E9", 1.5}, {"\u00E91.5", 0.0},
+        {"1,5", 1.0},  // a comma is never the decimal point
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(std::wstring(c.text)));
+        SCOPED_TRACE(testing::PrintToString(std::string(c.text)));
         EXPECT_DOUBLE_EQ(ParseDouble(c.text), c.value);
     }
 }

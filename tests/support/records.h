@@ -33,7 +33,7 @@ inline std::string FixturePath(const std::string& name) {
 inline std::string RecordingLibrary() { return FixturePath("recording"); }
 
 inline ZEM::SArgument Arg(const std::string& type, const std::string& value = "") {
-    return ZEM::SArgument{type, ZEM::Widen(value)};
+    return ZEM::SArgument{type, value};
 }
 
 // A bean definition with the defaults of a fresh record; the factory method
@@ -106,7 +106,7 @@ inline std::string Document(std::initializer_list<Library> libraries) {
             xml += ">";
             if (!bean.arguments.empty()) xml += "<constructor-arg>";
             for (const ZEM::SArgument& argument : bean.arguments) {
-                std::string value = ZEM::Narrow(argument.value);
+                const std::string& value = argument.value;
                 xml += "<argument>" + (argument.type == "bean" ? "<ref bean=\"" + value + "\"/>"
                                                                : "<value type=\"" + argument.type + "\">" + value + "</value>") +
                        "</argument>";

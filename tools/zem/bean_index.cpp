@@ -55,7 +55,7 @@ CBeanIndex::CBeanIndex(const ZEM::CConfigurationStore& store) {
         auto reference = [&](const ZEM::SArgument& argument, EEdgeKind kind, std::size_t property,
                              std::size_t position) {
             if (argument.type != "bean") return;
-            SBeanEdge edge{kind, ZEM::Narrow(argument.value)};
+            SBeanEdge edge{kind, argument.value};
             edge.to = Find(edge.target);
             edge.property = property;
             edge.argument = position;

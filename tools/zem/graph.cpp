@@ -111,7 +111,7 @@ void WriteServices(std::ostream& out, const CBeanIndex& index, const std::vector
         const ZEM::SBean& bean = *entries[from].bean;
         auto reference = [&](const ZEM::SArgument& argument, const std::string& label) {
             if (argument.type != "service") return;
-            const std::string className = ZEM::Narrow(argument.value);
+            const std::string& className = argument.value;
             references.push_back({from, ServiceTypeId(className), label});
             names.emplace(references.back().typeId, className);
         };

@@ -102,8 +102,8 @@ void LintDefinitions(const ZEM::CConfigurationStore& store, const CBeanIndex& in
         auto checkValue = [&](const ZEM::SArgument& argument, bool inProperty, std::size_t property,
                               std::size_t position) {
             if (argument.type == "bean") {
-                if (index.Find(ZEM::Narrow(argument.value)) == kNoEntry) {
-                    const std::string target = ZEM::Narrow(argument.value);
+                if (index.Find(argument.value) == kNoEntry) {
+                    const std::string& target = argument.value;
                     findings.Warn(ArgumentSpot(spots, inProperty, property, position),
                                   "reference to '" + target + "', which no definition has" +
                                       DidYouMean(ClosestWord(target, beanNames, false)));

@@ -116,7 +116,7 @@ void LintClasses(const ZEM::CConfigurationStore& store, const CBeanIndex& index,
         const ZEM::SBean& bean = *entry.bean;
         auto checkService = [&](const ZEM::SArgument& argument, SSpot at) {
             if (argument.type != "service") return;
-            const std::string name = ZEM::Narrow(argument.value);
+            const std::string& name = argument.value;
             try {
                 ZEM::LocalLibrary().GetTypeId(name.c_str());
             } catch (const ZEM::CException& error) {

@@ -33,7 +33,7 @@ constexpr const char* kHelp =
 
 std::string TypedText(const ZEM::SArgument& argument) {
     if (argument.type == "nullptr") return "nullptr";
-    return argument.type + " " + Quoted(ZEM::Narrow(argument.value));
+    return argument.type + " " + Quoted(argument.value);
 }
 
 std::string JsonArguments(const std::vector<ZEM::SArgument>& arguments) {
@@ -41,7 +41,7 @@ std::string JsonArguments(const std::vector<ZEM::SArgument>& arguments) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         if (i != 0) out += ",";
         out += "{\"type\":" + JsonString(arguments[i].type) +
-               ",\"value\":" + JsonString(ZEM::Narrow(arguments[i].value)) + "}";
+               ",\"value\":" + JsonString(arguments[i].value) + "}";
     }
     return out + "]";
 }

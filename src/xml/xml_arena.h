@@ -129,6 +129,22 @@ public:
         return copy;
     }
 
+    // A name of an element or an attribute: a zero-terminated copy with its
+    // length in the 4 bytes in front, which NameLength reads.
+    char* CopyName(const char* text, std::size_t length) {
+        auto* block = static_cast<char*>(Allocate(length + 5, 1));
+        const auto stored = static_cast<std::uint32_t>(length);
+        std::memcpy(block, &stored, sizeof stored);
+        XmlCopyBytes(block + 4, text, length);
+        block[4 + length] = '\0';
+        return block + 4;
+    }
+    static std::uint32_t NameLength(const char* name) noexcept {
+        std::uint32_t length;
+        std::memcpy(&length, name - 4, sizeof length);
+        return length;
+    }
+
     // Blocks of one fixed size per kind, given back by a finished element for
     // the next one to grow in: null if none is waiting. A block is at least
     // one pointer in size.

@@ -149,7 +149,7 @@ private:
     const std::uint32_t clears = clears_.Size() - start.clears;
     const std::uint32_t entries = order_.Size() - start.order;
 
-    std::uint8_t layout = XmlLayoutPacked;
+    EXmlLayout layout = XmlLayoutPacked;
     if (clears == 0 && entries <= static_cast<std::uint32_t>(xml_detail::kXmlSharedOrderSize)) {
         if (texts == 0) layout = XmlLayoutChildOrder;
         else if (children == 0) layout = XmlLayoutTextOrder;
@@ -159,13 +159,12 @@ private:
                               texts * sizeof(char*) + clears * sizeof(SXmlClear) +
                               (layout != XmlLayoutPacked ? 0 : entries * sizeof(std::uint32_t));
     char* place = bytes != 0 ? static_cast<char*>(node->arena->Allocate(bytes)) : nullptr;
-    node->content = place;
+    xml_detail::SetContent(node, place, layout);
     xml_detail::Place(attributes_.At(start.attributes), attributes, place);
     xml_detail::Place(children_.At(start.children), children, place);
     xml_detail::Place(texts_.At(start.texts), texts, place);
     xml_detail::Place(clears_.At(start.clears), clears, place);
     if (layout == XmlLayoutPacked) xml_detail::Place(order_.At(start.order), entries, place);
-    node->layout = layout;
     node->attributeCount = static_cast<std::int32_t>(attributes);
     node->childCount = static_cast<std::int32_t>(children);
     node->textCount = static_cast<std::int32_t>(texts);

@@ -18,17 +18,16 @@ using xml_detail::Release;
 using xml_detail::Retain;
 
 // Strings handed to the public building operations come from malloc; the tree
-// keeps its own copy in the arena.
-char* Adopt(CXmlArena* arena, char* text) {
+// keeps its own copy in the arena, a name as CopyName makes it.
+char* Adopt(CXmlArena* arena, char* text, bool isName = false) {
     if (text == nullptr) return nullptr;
     struct SFree {
         char* text;
         ~SFree() { std::free(text); }
     } owned{text};
-    return arena->CopyString(text, std::strlen(text));
+    const std::size_t length = std::strlen(text);
+    return isName ? arena->CopyName(text, length) : arena->CopyString(text, length);
 }
-
-std::size_t LengthOf(const char* name) { return name != nullptr ? std::strlen(name) : 0; }
 
 bool SameName(const char* stored, const char* wanted) {
     return stored != nullptr && platform::EqualNoCase(stored, wanted);
@@ -37,7 +36,7 @@ bool SameName(const char* stored, const char* wanted) {
 // A child's name is compared only when its length is that of the wanted one;
 // most names are written in the case they are asked for.
 [[gnu::always_inline]] inline bool SameName(const SXmlNodeData* child, const char* wanted, std::size_t wantedLength) {
-    return child->nameLength == wantedLength && child->name != nullptr &&
+    return child->name != nullptr && CXmlArena::NameLength(child->name) == wantedLength &&
            (XmlSameBytes(child->name, wanted, wantedLength) || platform::EqualNoCase(child->name, wanted));
 }
 
@@ -171,12 +170,12 @@ int XMLNode::ClearCount() const noexcept { return data_ != nullptr ? data_->clea
 
 std::int32_t XMLNode::SourceOffset() const noexcept { return data_ != nullptr ? data_->sourceOffset : -1; }
 
-bool XMLNode::IsDeclaration() const noexcept { return data_ != nullptr && data_->isDeclaration; }
+bool XMLNode::IsDeclaration() const noexcept { return data_ != nullptr && xml_detail::IsDeclaration(data_); }
 
 XMLNode XMLNode::CreateNode(char* name, SXmlNodeData* parent, bool isDeclaration) {
     if (parent != nullptr) {
-        char* copy = Adopt(parent->arena, name);
-        SXmlNodeData* node = xml_detail::NewRecord(parent->arena, copy, LengthOf(copy), parent, isDeclaration);
+        char* copy = Adopt(parent->arena, name, true);
+        SXmlNodeData* node = xml_detail::NewRecord(parent->arena, copy, parent, isDeclaration);
         parent->arena->AddHandle();
         return XMLNode(node);
     }
@@ -185,8 +184,8 @@ XMLNode XMLNode::CreateNode(char* name, SXmlNodeData* parent, bool isDeclaration
         arena = CXmlArena::Create();
         char* owned = name;
         name = nullptr;
-        char* copy = Adopt(arena, owned);
-        SXmlNodeData* node = xml_detail::NewRecord(arena, copy, LengthOf(copy), nullptr, isDeclaration);
+        char* copy = Adopt(arena, owned, true);
+        SXmlNodeData* node = xml_detail::NewRecord(arena, copy, nullptr, isDeclaration);
         arena->AddHandle();
         return XMLNode(node);
     } catch (...) {
@@ -201,8 +200,8 @@ XMLNode XMLNode::AddChild(char* name, bool isDeclaration) {
         std::free(name);
         return XMLNode();
     }
-    char* copy = Adopt(data_->arena, name);
-    SXmlNodeData* child = xml_detail::AppendChild(data_, copy, std::strlen(copy), isDeclaration);
+    char* copy = Adopt(data_->arena, name, true);
+    SXmlNodeData* child = xml_detail::AppendChild(data_, copy, isDeclaration);
     Retain(child);
     return XMLNode(child);
 }
@@ -215,7 +214,7 @@ void XMLNode::AddAttribute(char* name, char* value) {
     }
     char* nameCopy = nullptr;
     try {
-        nameCopy = Adopt(data_->arena, name);
+        nameCopy = Adopt(data_->arena, name, true);
     } catch (...) {
         std::free(value);
         throw;

@@ -39,7 +39,8 @@ void LetGo(CXmlArena* arena, int kind, SXmlGrowing* header) noexcept {
 template <class T>
 void SettleArray(SXmlNodeData* node, T*& array, std::int32_t count, int kind, char*& place) {
     const auto bit = static_cast<std::uint8_t>(1u << kind);
-    if ((node->heapArrays & bit) == 0) return;
+    std::uint8_t& heapArrays = Split(node)->heapArrays;
+    if ((heapArrays & bit) == 0) return;
     T* exact = nullptr;
     if (count != 0) {
         exact = reinterpret_cast<T*>(place);
@@ -48,20 +49,20 @@ void SettleArray(SXmlNodeData* node, T*& array, std::int32_t count, int kind, ch
     }
     LetGo(node->arena, kind, HeaderOf(array));
     array = exact;
-    node->heapArrays &= static_cast<std::uint8_t>(~bit);
+    heapArrays &= static_cast<std::uint8_t>(~bit);
 }
 
 template <class T>
 std::size_t GrowingBytes(const SXmlNodeData* node, std::int32_t count, int kind) {
-    return (node->heapArrays & (1u << kind)) != 0 ? static_cast<std::size_t>(count) * sizeof(T) : 0;
+    return (Split(node)->heapArrays & (1u << kind)) != 0 ? static_cast<std::size_t>(count) * sizeof(T) : 0;
 }
 
 void FreeGrowing(SXmlNodeData* node, void* array, int kind) noexcept {
-    if ((node->heapArrays & (1u << kind)) != 0) LetGo(node->arena, kind, HeaderOf(array));
+    if ((Split(node)->heapArrays & (1u << kind)) != 0) LetGo(node->arena, kind, HeaderOf(array));
 }
 
 void FreeHeapArrays(SXmlNodeData* node) noexcept {
-    if (node->heapArrays == 0) return;
+    if (Layout(node) != XmlLayoutSplit || Split(node)->heapArrays == 0) return;
     const SXmlSplitArrays& arrays = *Split(node);
     FreeGrowing(node, arrays.children, XmlArrayChildren);
     FreeGrowing(node, arrays.texts, XmlArrayTexts);
@@ -75,7 +76,7 @@ void FreeHeapArrays(SXmlNodeData* node) noexcept {
 void CutFromBlock(SXmlNodeData* node, void* at, std::size_t size) noexcept {
     char* const start = static_cast<char*>(at);
     char* end = reinterpret_cast<char*>(Clears(node) + node->clearCount);
-    if (node->layout == XmlLayoutPacked) end += static_cast<std::size_t>(OrderCount(node)) * sizeof(std::uint32_t);
+    if (Layout(node) == XmlLayoutPacked) end += static_cast<std::size_t>(OrderCount(node)) * sizeof(std::uint32_t);
     std::memmove(start, start + size, static_cast<std::size_t>(end - start) - size);
 }
 
@@ -101,7 +102,7 @@ void LeaveParent(SXmlNodeData* node) noexcept {
     while (at >= 0 && children[at] != node) --at;
     if (at < 0) return;
     const std::int32_t entries = OrderCount(parent);
-    if (parent->layout == XmlLayoutSplit) {
+    if (Layout(parent) == XmlLayoutSplit) {
         std::memmove(children + at, children + at + 1,
                      static_cast<std::size_t>(parent->childCount - at - 1) * sizeof(SXmlNodeData*));
     } else {
@@ -122,7 +123,8 @@ void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, s
     if (count >= kMaxEntries) throw std::bad_alloc();
     CXmlArena* arena = node->arena;
 
-    if ((node->heapArrays & bit) != 0) {
+    std::uint8_t& heapArrays = Split(node)->heapArrays;
+    if ((heapArrays & bit) != 0) {
         SXmlGrowing* header = HeaderOf(array);
         const std::int32_t capacity = count + step;
         if (capacity <= header->reserved) {
@@ -167,7 +169,7 @@ void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, s
     header->capacity = capacity;
     header->reserved = capacity;
     if (count != 0) XmlCopyBytes(header + 1, array, static_cast<std::size_t>(count) * entrySize);
-    node->heapArrays |= bit;
+    heapArrays |= bit;
     return header + 1;
 }
 
@@ -178,8 +180,8 @@ SXmlSplitArrays& MakeSplit(SXmlNodeData* node) {
     arrays->clears = node->clearCount != 0 ? Clears(node) : nullptr;
     arrays->attributes = node->attributeCount != 0 ? Attributes(node) : nullptr;
     arrays->order = OrderCount(node) != 0 ? Order(node) : nullptr;
-    node->content = arrays;
-    node->layout = XmlLayoutSplit;
+    arrays->heapArrays = 0;
+    SetContent(node, arrays, XmlLayoutSplit);
     return *arrays;
 }
 
@@ -212,7 +214,7 @@ void RemoveClearAt(SXmlNodeData* node, int index) {
     // The text stays in the arena until the tree goes.
     const std::int32_t entries = OrderCount(node);
     SXmlClear* clears = Clears(node);
-    if (node->layout == XmlLayoutSplit) {
+    if (Layout(node) == XmlLayoutSplit) {
         std::memmove(clears + index, clears + index + 1,
                      static_cast<std::size_t>(node->clearCount - index - 1) * sizeof(SXmlClear));
     } else {

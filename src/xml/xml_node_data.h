@@ -51,6 +51,9 @@ struct SXmlSplitArrays {
     SXmlClear* clears;
     SXmlAttribute* attributes;
     std::uint32_t* order;
+    // One bit per array (children, texts, clears, attributes, order, from
+    // bit 0), set while the array is still growing, behind a header of its own.
+    std::uint8_t heapArrays;
 };
 
 // How a record keeps its arrays (SXmlNodeData::layout). The parser gives a
@@ -64,30 +67,46 @@ enum EXmlLayout : std::uint8_t {
     XmlLayoutSplit,
 };
 
-// 64 bytes: a document holds one per element, and most of a tree's memory is
-// these records.
+// 56 bytes: a document holds one per element, and most of a tree's memory is
+// these records. The length of the name sits in front of its characters
+// (CXmlArena::CopyName), and the layout and the declaration flag in the low
+// bits of the content's address, which the arena aligns to 8.
 struct SXmlNodeData {
     char* name;            // null for the document's top node
     SXmlNodeData* parent;  // not counted; null for a top node and once the parent is gone
     CXmlArena* arena;
-    void* content;         // the block or the SXmlSplitArrays, as `layout` says; may be null without entries
+    // The block or the SXmlSplitArrays, as the layout says; null without
+    // entries. Bits 0-1: the EXmlLayout; bit 2: a declaration ("<?...").
+    std::uintptr_t content;
     std::int32_t childCount;
     std::int32_t textCount;
     std::int32_t clearCount;
     std::int32_t attributeCount;
-    std::uint32_t nameLength;   // of `name`, for matching end tags
     std::int32_t refCount;
     std::int32_t sourceOffset;  // of the element's '<'; -1 if unknown
-    bool isDeclaration;
-    // Split records: one bit per array (children, texts, clears, attributes,
-    // order, from bit 0), set while the array is still growing, behind a
-    // header of its own.
-    std::uint8_t heapArrays;
-    std::uint8_t layout;  // an EXmlLayout
 };
-static_assert(sizeof(void*) != 8 || sizeof(SXmlNodeData) == 64, "a node record should stay at 64 bytes");
+static_assert(sizeof(void*) != 8 || sizeof(SXmlNodeData) == 56, "a node record should stay at 56 bytes");
 
 namespace xml_detail {
+
+constexpr std::uintptr_t kXmlLayoutBits = 3;
+constexpr std::uintptr_t kXmlDeclarationBit = 4;
+
+inline EXmlLayout Layout(const SXmlNodeData* node) noexcept {
+    return static_cast<EXmlLayout>(node->content & kXmlLayoutBits);
+}
+inline bool IsDeclaration(const SXmlNodeData* node) noexcept { return (node->content & kXmlDeclarationBit) != 0; }
+inline void* Content(const SXmlNodeData* node) noexcept {
+    return reinterpret_cast<void*>(node->content & ~(kXmlLayoutBits | kXmlDeclarationBit));
+}
+// New content and layout; the declaration flag stays.
+inline void SetContent(SXmlNodeData* node, void* content, EXmlLayout layout) noexcept {
+    node->content = reinterpret_cast<std::uintptr_t>(content) | layout | (node->content & kXmlDeclarationBit);
+}
+// The length of the element's name, 0 for the top node.
+inline std::uint32_t NameLength(const SXmlNodeData* node) noexcept {
+    return node->name != nullptr ? CXmlArena::NameLength(node->name) : 0;
+}
 
 // Beyond this an order entry (index * 4 + kind) would not fit in 32 bits.
 constexpr std::int32_t kXmlMaxEntries = (INT32_MAX / 4) - kXmlOrderStep;
@@ -111,27 +130,27 @@ inline bool IsSharedOrder(const std::uint32_t* order) noexcept {
 
 // The arrays of a record, whatever its layout.
 inline SXmlSplitArrays* Split(const SXmlNodeData* node) noexcept {
-    return static_cast<SXmlSplitArrays*>(node->content);
+    return static_cast<SXmlSplitArrays*>(Content(node));
 }
 inline SXmlAttribute* Attributes(const SXmlNodeData* node) noexcept {
-    if (node->layout == XmlLayoutSplit) return Split(node)->attributes;
-    return static_cast<SXmlAttribute*>(node->content);
+    if (Layout(node) == XmlLayoutSplit) return Split(node)->attributes;
+    return static_cast<SXmlAttribute*>(Content(node));
 }
 inline SXmlNodeData** Children(const SXmlNodeData* node) noexcept {
-    if (node->layout == XmlLayoutSplit) return Split(node)->children;
-    return reinterpret_cast<SXmlNodeData**>(static_cast<char*>(node->content) +
+    if (Layout(node) == XmlLayoutSplit) return Split(node)->children;
+    return reinterpret_cast<SXmlNodeData**>(static_cast<char*>(Content(node)) +
                                             static_cast<std::size_t>(node->attributeCount) * sizeof(SXmlAttribute));
 }
 inline char** Texts(const SXmlNodeData* node) noexcept {
-    if (node->layout == XmlLayoutSplit) return Split(node)->texts;
+    if (Layout(node) == XmlLayoutSplit) return Split(node)->texts;
     return reinterpret_cast<char**>(Children(node) + node->childCount);
 }
 inline SXmlClear* Clears(const SXmlNodeData* node) noexcept {
-    if (node->layout == XmlLayoutSplit) return Split(node)->clears;
+    if (Layout(node) == XmlLayoutSplit) return Split(node)->clears;
     return reinterpret_cast<SXmlClear*>(Texts(node) + node->textCount);
 }
 inline std::uint32_t* Order(const SXmlNodeData* node) noexcept {
-    switch (node->layout) {
+    switch (Layout(node)) {
         case XmlLayoutSplit: return Split(node)->order;
         case XmlLayoutChildOrder: return const_cast<std::uint32_t*>(kXmlChildOrder.data());
         case XmlLayoutTextOrder: return const_cast<std::uint32_t*>(kXmlTextOrder.data());
@@ -144,7 +163,7 @@ inline std::uint32_t* Order(const SXmlNodeData* node) noexcept {
 // std::bad_alloc and leaves the record as it was when memory runs out.
 SXmlSplitArrays& MakeSplit(SXmlNodeData* node);
 inline SXmlSplitArrays& Arrays(SXmlNodeData* node) {
-    return node->layout == XmlLayoutSplit ? *Split(node) : MakeSplit(node);
+    return Layout(node) == XmlLayoutSplit ? *Split(node) : MakeSplit(node);
 }
 
 // The arrays of a record, in the order of their bits in heapArrays.
@@ -169,7 +188,8 @@ void* GrowArray(SXmlNodeData* node, void* array, std::int32_t count, int kind, s
 template <class T>
 [[gnu::always_inline]] inline void MakeRoom(SXmlNodeData* node, T*& array, std::int32_t count, int kind) {
     const auto bit = static_cast<std::uint8_t>(1u << kind);
-    if ((node->heapArrays & bit) != 0) {
+    std::uint8_t& heapArrays = Split(node)->heapArrays;
+    if ((heapArrays & bit) != 0) {
         if (count < (reinterpret_cast<SXmlGrowing*>(array) - 1)->capacity) return;
     } else if (count == 0) {
         // The usual start: the first step in a block that a finished element gave back.
@@ -178,7 +198,7 @@ template <class T>
             header->capacity = header->reserved = kind == XmlArrayOrder ? kXmlOrderStep : kXmlArrayStep;
             header->recycled = 1;
             array = reinterpret_cast<T*>(header + 1);
-            node->heapArrays |= bit;
+            heapArrays |= bit;
             return;
         }
     }
@@ -189,12 +209,11 @@ inline std::int32_t OrderCount(const SXmlNodeData* node) {
     return node->childCount + node->textCount + node->clearCount;
 }
 
-// A new record with refCount 1, in `arena`. `name`, of `nameLength` bytes,
-// must already live there (or be null). The record isn't added to the
+// A new record with refCount 1, in `arena`. `name` must already live there,
+// made by CopyName (or be null). The record isn't added to the
 // parent's children, and its one reference isn't a handle yet (AppendChild
 // gives it to the parent's array).
-inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, std::size_t nameLength, SXmlNodeData* parent,
-                               bool isDeclaration) {
+inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, SXmlNodeData* parent, bool isDeclaration) {
     auto* node = static_cast<SXmlNodeData*>(arena->Allocate(sizeof(SXmlNodeData)));
     // Field by field: cheaper than clearing the record first.
     node->name = name;
@@ -202,12 +221,8 @@ inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, std::size_t nameLen
     node->textCount = 0;
     node->clearCount = 0;
     node->attributeCount = 0;
-    node->isDeclaration = isDeclaration;
-    node->heapArrays = 0;
-    node->layout = XmlLayoutPacked;
-    node->nameLength = static_cast<std::uint32_t>(nameLength);
     node->parent = parent;
-    node->content = nullptr;
+    node->content = isDeclaration ? kXmlDeclarationBit | XmlLayoutPacked : XmlLayoutPacked;
     node->refCount = 1;
     node->sourceOffset = -1;
     node->arena = arena;
@@ -217,11 +232,11 @@ inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, std::size_t nameLen
 
 // Appends; the strings must live in the node's arena. Throw std::bad_alloc
 // and leave the node unchanged when memory runs out.
-inline SXmlNodeData* AppendChild(SXmlNodeData* node, char* name, std::size_t nameLength, bool isDeclaration) {
+inline SXmlNodeData* AppendChild(SXmlNodeData* node, char* name, bool isDeclaration) {
     SXmlSplitArrays& arrays = Arrays(node);
     MakeRoom(node, arrays.children, node->childCount, XmlArrayChildren);
     MakeRoom(node, arrays.order, OrderCount(node), XmlArrayOrder);
-    SXmlNodeData* child = NewRecord(node->arena, name, nameLength, node, isDeclaration);
+    SXmlNodeData* child = NewRecord(node->arena, name, node, isDeclaration);
     arrays.order[OrderCount(node)] = static_cast<std::uint32_t>(node->childCount) * 4 + XmlOrderChild;
     arrays.children[node->childCount++] = child;
     return child;
@@ -247,7 +262,7 @@ void RemoveClearAt(SXmlNodeData* node, int index);
 // Moves the growing arrays into the arena at their exact sizes.
 void ShrinkArrays(SXmlNodeData* node);
 inline void ShrinkRecord(SXmlNodeData* node) {
-    if (node->heapArrays != 0) ShrinkArrays(node);
+    if (Layout(node) == XmlLayoutSplit && Split(node)->heapArrays != 0) ShrinkArrays(node);
 }
 
 // A handle more on the record.

@@ -71,8 +71,9 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
 // there (at white space, '/', '<', '=' or '>').
 inline bool NameMatches(const SXmlNodeData* node, const char* other, std::size_t length) {
     const char* stored = node->name;
-    if (stored == nullptr || node->nameLength > length) return false;
-    const std::size_t count = node->nameLength;
+    if (stored == nullptr) return false;
+    const std::size_t count = CXmlArena::NameLength(stored);
+    if (count > length) return false;
     // An end tag mostly repeats its start tag byte for byte.
     if (!XmlSameBytes(stored, other, count)) {
         for (std::size_t i = 0; i < count; ++i) {
@@ -92,7 +93,7 @@ inline SXmlParseState::SStoredName& NameSlot(const char* text, std::size_t lengt
 }
 
 [[gnu::noinline]] char* StoreNewName(const char* text, std::size_t length, SXmlParseState& state) {
-    char* copy = state.arena->CopyString(text, length);
+    char* copy = state.arena->CopyName(text, length);
     if (length != 0) {
         SXmlParseState::SStoredName& stored = NameSlot(text, length, state);
         stored.text = copy;
@@ -182,7 +183,7 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
                                       std::size_t nameLength, const SXmlToken& value) {
     const char* text = value.start;
     std::size_t length = value.length;
-    if (node->isDeclaration && text[length - 1] == '?') --length;
+    if (IsDeclaration(node) && text[length - 1] == '?') --length;
     if (value.kind == TokenQuoted) {
         ++text;
         length -= 2;
@@ -228,7 +229,7 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
 
 [[gnu::always_inline]] inline SXmlNodeData* OpenChild(SXmlNodeData* node, SXmlParseState& state, const SXmlToken& tag,
                                           const SXmlToken& name) {
-    SXmlNodeData* child = NewRecord(node->arena, StoreNameInline(name.start, name.length, state), name.length, node,
+    SXmlNodeData* child = NewRecord(node->arena, StoreNameInline(name.start, name.length, state), node,
                                     tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
@@ -292,7 +293,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
                 bool closes = token.kind == TokenShortClose;
                 // The "?" of a declaration's "?>". At the top level the
                 // declaration stays open and holds the rest of the document.
-                if (node->isDeclaration && name[nameLength - 1] == '?') {
+                if (IsDeclaration(node) && name[nameLength - 1] == '?') {
                     --nameLength;
                     if (node->parent != nullptr && node->parent->parent != nullptr) closes = true;
                 }
@@ -318,7 +319,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
 
 // The text ended inside `node`.
 [[gnu::noinline]] bool EndOfText(SXmlNodeData* node, SXmlParseState& state) {
-    if (!node->isDeclaration && node->parent != nullptr) {
+    if (!IsDeclaration(node) && node->parent != nullptr) {
         state.error = XmlMissingEndTag;
         state.missingEndTag = state.cursor;
     }

@@ -19,7 +19,7 @@ namespace zem_test {
 inline std::string DumpXml(const ZEM::XMLNode& node) {
     if (node.IsEmpty()) return "<empty>";
     const ZEM::SXmlNodeData* data = node.Data();
-    std::string out = data->isDeclaration ? "?" : "";
+    std::string out = ZEM::xml_detail::IsDeclaration(data) ? "?" : "";
     out += data->name != nullptr ? data->name : "#top";
     if (node.AttributeCount() != 0) {
         out += '(';

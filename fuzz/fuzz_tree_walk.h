@@ -23,7 +23,8 @@ inline std::size_t Walk(const ZEM::XMLNode& node, ZEM::XMLNode& deepest, int dep
     if (node.IsEmpty()) return 0;
     const ZEM::SXmlNodeData* data = node.Data();
     Check(data->childCount >= 0 && data->textCount >= 0 && data->clearCount >= 0 && data->attributeCount >= 0);
-    Touch(node.Name());
+    // A name carries its length in front of it, which end tags and look-ups trust.
+    Check(ZEM::xml_detail::NameLength(data) == Touch(node.Name()));
     for (int i = 0; i < node.AttributeCount(); ++i) {
         const char* name = node.AttributeNameAt(i);
         Check(name != nullptr);

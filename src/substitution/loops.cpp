@@ -182,47 +182,51 @@ void RunForEach(const XMLNode& loop, const ParameterMap& parameters, const LoopC
     } while (*rest != 0);
 }
 
-// Calls `run` for each child called `name`, in document order: one pass.
-template <class Run>
-void VisitChildren(const XMLNode& parent, const char* name, const Run& run) {
-    const int count = parent.ChildCount();
-    for (int i = 0; i < count; ++i) {
-        const XMLNode child = parent.ChildAtIndex(i);
-        if (child.Name() != nullptr && platform::EqualNoCase(child.Name(), name)) run(child);
-    }
+// The kind of a child among the tags, then "for", then "foreach"; `kinds`
+// (the count of kinds) for any other child.
+std::uint32_t KindOf(const char* name, const std::vector<const char*>& tags) {
+    const auto count = static_cast<std::uint32_t>(tags.size());
+    if (name == nullptr) return count + 2;
+    for (std::uint32_t kind = 0; kind < count; ++kind)
+        if (platform::EqualNoCase(name, tags[kind])) return kind;
+    if (platform::EqualNoCase(name, "for")) return count;
+    if (platform::EqualNoCase(name, "foreach")) return count + 1;
+    return count + 2;
 }
 
-// From this many children on, ForEachElement sorts them in one pass.
-constexpr int kSortedChildren = 32;
-
+// A child that waits for its turn: one of a later tag, or a loop.
 struct SKindAt {
-    std::uint32_t kind;  // the position of the child's tag; then "for", then "foreach"
+    std::uint32_t kind;
     std::int32_t index;  // of the child
 };
 
-// The children that ForEachElement visits, in the order it visits them: by
-// kind (the tags in their order, which are distinct, then the loops), each
-// kind in document order.
-std::vector<SKindAt> SortChildren(const XMLNode& parent, const std::vector<const char*>& tags) {
-    const std::uint32_t kinds = static_cast<std::uint32_t>(tags.size()) + 2;
-    std::vector<SKindAt> found;
-    const int count = parent.ChildCount();
-    found.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        const char* name = parent.ChildAtIndex(i).Name();
-        if (name == nullptr) continue;
-        std::uint32_t kind = 0;
-        while (kind < kinds) {
-            const char* tag = kind < tags.size() ? tags[kind] : kind == tags.size() ? "for" : "foreach";
-            if (platform::EqualNoCase(name, tag)) break;
-            ++kind;
+// Children that wait, most often none or a few; a beans element of a large
+// document spills onto the heap.
+class CWaiting {
+public:
+    void Add(SKindAt entry) {
+        if (count_ < kInline) {
+            inline_[count_++] = entry;
+            return;
         }
-        if (kind < kinds) found.push_back(SKindAt{kind, i});
+        if (count_ == kInline) spilled_.assign(inline_, inline_ + kInline);
+        spilled_.push_back(entry);
+        ++count_;
     }
-    std::stable_sort(found.begin(), found.end(),
-                     [](const SKindAt& a, const SKindAt& b) { return a.kind < b.kind; });
-    return found;
-}
+    // By kind, each kind in document order.
+    SKindAt* Sorted() {
+        SKindAt* first = count_ <= kInline ? inline_ : spilled_.data();
+        std::stable_sort(first, first + count_, [](const SKindAt& a, const SKindAt& b) { return a.kind < b.kind; });
+        return first;
+    }
+    std::size_t Size() const noexcept { return count_; }
+
+private:
+    static constexpr std::size_t kInline = 16;
+    SKindAt inline_[kInline];
+    std::vector<SKindAt> spilled_;
+    std::size_t count_ = 0;
+};
 
 }  // namespace
 
@@ -257,21 +261,25 @@ void ForEachElement(const XMLNode& parent, const std::vector<const char*>& tags,
                     const LoopCallback& onLoop) {
     std::optional<CLoopReading> own;
     if (t_reading == nullptr) own.emplace();
-    if (parent.ChildCount() < kSortedChildren) {
-        for (const char* tag : tags) VisitChildren(parent, tag, onElement);
-        VisitChildren(parent, "for", [&](const XMLNode& loop) { RunFor(loop, parameters, onLoop); });
-        VisitChildren(parent, "foreach", [&](const XMLNode& loop) { RunForEach(loop, parameters, onLoop); });
-        return;
+    // One pass: the children of the first tag are read as they come, the
+    // others wait and follow by kind (the tags in their order, then the
+    // loops), each kind in document order.
+    const auto forKind = static_cast<std::uint32_t>(tags.size());
+    CWaiting waiting;
+    const int count = parent.ChildCount();
+    for (int i = 0; i < count; ++i) {
+        const XMLNode child = parent.ChildAtIndex(i);
+        const std::uint32_t kind = KindOf(child.Name(), tags);
+        if (kind == 0 && forKind != 0) onElement(child);
+        else if (kind <= forKind + 1) waiting.Add(SKindAt{kind, i});
     }
-    // Many children (a beans element of a large document): one pass sorts
-    // them by kind, instead of two passes over all of them for each kind.
-    const std::vector<SKindAt> sorted = SortChildren(parent, tags);
-    const std::uint32_t forKind = static_cast<std::uint32_t>(tags.size());
-    for (const SKindAt& entry : sorted) {
-        const XMLNode child = parent.ChildAtIndex(entry.index);
-        if (entry.kind < forKind) {
+    if (waiting.Size() == 0) return;
+    const SKindAt* sorted = waiting.Sorted();
+    for (std::size_t i = 0; i < waiting.Size(); ++i) {
+        const XMLNode child = parent.ChildAtIndex(sorted[i].index);
+        if (sorted[i].kind < forKind) {
             onElement(child);
-        } else if (entry.kind == forKind) {
+        } else if (sorted[i].kind == forKind) {
             RunFor(child, parameters, onLoop);
         } else {
             RunForEach(child, parameters, onLoop);

@@ -66,26 +66,40 @@ XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* resul
     file.file = nullptr;
     std::memset(buffer.get() + read, 0, 4);
 
+    // UTF-8 is tried first: a text that the parser reads to its end holds no
+    // zero byte, so it can't be UTF-16, and needs no scan of its own. Only a
+    // parse that stops early, on a zero or an error, asks.
     const unsigned char* bytes = buffer.get();
-    if (platform::LooksLikeUtf16(bytes, read)) {
-        std::size_t skip = 0;
-        if (read >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xEF && bytes[1] == 0xFF))) skip = 2;
-        std::string converted;
-        try {
-            // The zero bytes behind the text end it, also after an odd byte.
-            platform::EncodeUtf16Le(bytes + skip, (read - skip + 1) / 2, converted);
-        } catch (const std::bad_alloc&) {
-            return Fail(result, XmlConversionFailed);
-        }
-        buffer.reset();
-        if (converted.size() > kMaxTextSize) return Fail(result, XmlFileTooLarge);
-        return ParseText(converted.c_str(), rootName, result);
+    const bool byteOrderMark = read >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE;
+    if (!byteOrderMark) {
+        const std::size_t skip = read >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF ? 3 : 0;
+        const char* stop = nullptr;
+        XMLNode parsed = ParseText(reinterpret_cast<const char*>(bytes) + skip, read - skip, rootName, result, &stop);
+        if (stop == reinterpret_cast<const char*>(bytes) + read || !platform::LooksLikeUtf16(bytes, read))
+            return parsed;
     }
-    if (read >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) bytes += 3;
-    return ParseText(reinterpret_cast<const char*>(bytes), rootName, result);
+    std::size_t skip = 0;
+    if (read >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xEF && bytes[1] == 0xFF))) skip = 2;
+    std::string converted;
+    try {
+        // The zero bytes behind the text end it, also after an odd byte.
+        platform::EncodeUtf16Le(bytes + skip, (read - skip + 1) / 2, converted);
+    } catch (const std::bad_alloc&) {
+        return Fail(result, XmlConversionFailed);
+    }
+    buffer.reset();
+    if (converted.size() > kMaxTextSize) return Fail(result, XmlFileTooLarge);
+    return ParseText(converted.c_str(), converted.size(), rootName, result);
 }
 
 XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* result) {
+    if (text == nullptr) return Fail(result, XmlNoInput);
+    return ParseText(text, std::strlen(text), rootName, result);
+}
+
+XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
+                  const char** stop) {
+    if (stop != nullptr) *stop = nullptr;
     if (text == nullptr) return Fail(result, XmlNoInput);
 
     SXmlParseState state;
@@ -93,7 +107,8 @@ XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* resul
     try {
         XMLNode top = XMLNode::CreateNode(nullptr, nullptr, false);
         state.text = text;
-        state.end = text + std::strlen(text);
+        // The parser stops at the first zero byte, wherever it is.
+        state.end = text + length;
         state.cursor = text;
         state.pendingText = text;
         state.atStart = true;
@@ -111,6 +126,7 @@ XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* resul
     } catch (const std::bad_alloc&) {
         return Fail(result, XmlOutOfMemory);
     }
+    if (stop != nullptr) *stop = state.cursor;
 
     if (state.error > XmlNoTagFound) {
         current = XMLNode();

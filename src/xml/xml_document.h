@@ -3,6 +3,7 @@
 // Nothing here throws; the configuration reader words the messages.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "xml/xml_node.h"
@@ -45,5 +46,13 @@ XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* resul
 
 // The same for zero-terminated UTF-8 text in memory.
 XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* result);
+
+// The same for `length` bytes of UTF-8 with a zero behind them, for a caller
+// that knows the length; a zero byte among them ends the text there, as it
+// would for ParseText. `stop`, if given, receives where the parser stopped:
+// text + length after a parse that read every byte, so that none of them was
+// a zero.
+XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
+                  const char** stop = nullptr);
 
 }  // namespace ZEM

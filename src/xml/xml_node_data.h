@@ -222,7 +222,7 @@ inline SXmlNodeData* NewRecord(CXmlArena* arena, char* name, SXmlNodeData* paren
     node->clearCount = 0;
     node->attributeCount = 0;
     node->parent = parent;
-    node->content = isDeclaration ? kXmlDeclarationBit | XmlLayoutPacked : XmlLayoutPacked;
+    node->content = std::uintptr_t{XmlLayoutPacked} | (isDeclaration ? kXmlDeclarationBit : 0);
     node->refCount = 1;
     node->sourceOffset = -1;
     node->arena = arena;

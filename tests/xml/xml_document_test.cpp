@@ -81,6 +81,9 @@ TEST_F(XmlFile, EncodingsGiveTheSameTree) {
         {"utf8-bom.xml", "\xef\xbb\xbf" + kDocument},
         {"utf16-bom.xml", "\xff\xfe" + ToUtf16Le(kDocument)},
         {"utf16-efff.xml", "\xef\xff" + ToUtf16Le(kDocument)},
+        {"utf16-no-bom.xml", ToUtf16Le(kDocument)},
+        // A zero byte ends UTF-8 text; what follows it is never read.
+        {"zero-behind.xml", kDocument + std::string("\0<x>\0\0", 6)},
     };
     for (const auto& [name, bytes] : twins) {
         SCOPED_TRACE(name);

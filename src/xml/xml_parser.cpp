@@ -392,6 +392,9 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 // The usual: a start tag with its name right behind the '<'.
                 cursor = at + 1;
                 token = SXmlToken{TokenTagStart, at, 1, nullptr};
+            } else if (at[0] == '<' && at[1] == '/') {
+                cursor = at + 2;
+                token = SXmlToken{TokenTagEnd, at, 2, nullptr};
             } else {
                 cursor = at;
                 token = NextXmlToken(cursor, textEnd);
@@ -430,6 +433,16 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                     if (!StorePendingText(state, token.start)) {
                         state.cursor = cursor;
                         return false;
+                    }
+                    // The usual: the open element's name as it was written, then '>'.
+                    const std::size_t length = node->nameLength;
+                    if (length != 0 && static_cast<std::size_t>(textEnd - cursor) > length && cursor[length] == '>' &&
+                        node->name[length - 1] != '/' && XmlSameBytes(node->name, cursor, length)) {
+                        cursor += length + 1;
+                        state.cursor = cursor;
+                        state.pendingText = cursor;
+                        complete = true;
+                        break;
                     }
                     const SXmlToken name = NextXmlToken(cursor, textEnd);
                     const bool closed = name.kind == TokenText && NextXmlToken(cursor, textEnd).kind == TokenTagClose;

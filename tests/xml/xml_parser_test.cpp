@@ -54,6 +54,8 @@ TEST(XmlParser, TreesAndErrorCodes) {
         {"<a></A>", 0, "a"},
         {"<a><b></a>", 1, "a{b}"},
         {"<a></b>", 6, "<empty>"},
+        // The name written again, but ending at "/>" rather than '>'.
+        {"<a/ ></a/>", 5, "<empty>"},
         // The top node reads a stray end tag as a mismatch and stops there.
         {"<x/></a><y/>", 1, "x"},
         // A later error replaces code 1.

@@ -21,6 +21,9 @@ namespace {
 
 using namespace xml_detail;
 
+// Values up to this length share their copies.
+constexpr std::size_t kSharedValueLength = 32;
+
 // A short value without references that was stored lately, or a new copy of
 // it. Values such as "true" or a type name come back on element after element.
 inline char* StoreShortValue(const char* text, std::size_t length, SXmlParseState& state) {
@@ -44,7 +47,7 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
 #if defined(__SSE2__)
     // Most values are short and hold no reference: without an '&' the bytes
     // stay as they are (a character from 0x80 is copied whole either way).
-    if (length <= 32 && state.end - text >= 32) {
+    if (length <= kSharedValueLength && state.end - text >= 32) {
         const __m128i amp = _mm_set1_epi8('&');
         const auto low = static_cast<unsigned>(
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), amp)));
@@ -257,7 +260,48 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
 // cursor stays in a register here; the caller hands it back to the state.
 [[gnu::always_inline]] inline EStartTag ReadStartTag(SXmlNodeData* node, SXmlParseState& state, const char*& cursor) {
     const char* const textEnd = state.end;
+    const bool declaration = IsDeclaration(node);
     for (;;) {
+        // The usual attribute, name="value", and the usual ends, '>' and
+        // "/>", read in one go: anything else goes the long way below, from
+        // the same place.
+        if (!declaration) {
+            const char* p = cursor;
+            while (IsXmlSpace(*p)) ++p;
+            if (IsPlainStart(*p)) {
+                // The name ends where a text token would, as '=' is one of its stops.
+                const char* equals = xml_scan::SkipText(p + 1, textEnd);
+                const char quote = *equals == '=' ? equals[1] : '\0';
+                if (quote == '"' || quote == '\'') {
+                    const char* value = equals + 2;
+                    const char* close = xml_scan::SkipValue(value, textEnd, quote);
+                    if (*close == quote) {
+                        const auto length = static_cast<std::size_t>(close - value);
+                        char* storedName = StoreNameInline(p, static_cast<std::size_t>(equals - p), state);
+                        char* stored = length <= kSharedValueLength ? StoreShortValue(value, length, state)
+                                                                    : state.arena->CopyString(value, length);
+                        AddAttribute(state, storedName, stored);
+                        cursor = close + 1;
+                        continue;
+                    }
+                    // A reference, a multi-byte character, or a quote that
+                    // isn't closed: the quoted scan decides.
+                    const SXmlToken token = ScanXmlQuoted(cursor, textEnd, equals + 1);
+                    if (!StoreAttribute(node, state, p, static_cast<std::size_t>(equals - p), token))
+                        return StartTagFailed;
+                    continue;
+                }
+            } else if (*p == '>') {
+                cursor = p + 1;
+                state.pendingText = cursor;
+                return StartTagOpen;
+            } else if (*p == '/' && p[1] == '>') {
+                cursor = p + 2;
+                state.pendingText = cursor;
+                return StartTagClosed;
+            }
+        }
+
         // Expecting a name; most often a plain character begins it.
         const char* at = cursor;
         if (IsXmlSpace(*at)) ++at;
@@ -393,6 +437,9 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 // The usual: a start tag with its name right behind the '<'.
                 cursor = at + 1;
                 token = SXmlToken{TokenTagStart, at, 1, nullptr};
+            } else if (at[0] == '<' && at[1] == '/') {
+                cursor = at + 2;
+                token = SXmlToken{TokenTagEnd, at, 2, nullptr};
             } else {
                 cursor = at;
                 token = NextXmlToken(cursor, textEnd);
@@ -431,6 +478,16 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                     if (!StorePendingText(state, token.start)) {
                         state.cursor = cursor;
                         return false;
+                    }
+                    // The usual: the open element's name as it was written, then '>'.
+                    const std::size_t length = NameLength(node);
+                    if (length != 0 && static_cast<std::size_t>(textEnd - cursor) > length && cursor[length] == '>' &&
+                        node->name[length - 1] != '/' && XmlSameBytes(node->name, cursor, length)) {
+                        cursor += length + 1;
+                        state.cursor = cursor;
+                        state.pendingText = cursor;
+                        complete = true;
+                        break;
                     }
                     const SXmlToken name = NextXmlToken(cursor, textEnd);
                     const bool closed = name.kind == TokenText && NextXmlToken(cursor, textEnd).kind == TokenTagClose;

@@ -54,6 +54,15 @@ inline const char* SkipQuoted(const char* p, const char* end, char quote) {
     });
 }
 
+// SkipQuoted's bytes and '&'.
+inline const char* SkipValue(const char* p, const char* end, char quote) {
+    const __m128i wanted = _mm_set1_epi8(quote);
+    return Skip(p, end, [wanted](__m128i x) {
+        const __m128i marks = _mm_or_si128(_mm_cmpeq_epi8(x, _mm_set1_epi8('<')), _mm_cmpeq_epi8(x, _mm_set1_epi8('&')));
+        return _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(x, wanted), marks), _mm_cmplt_epi8(x, _mm_set1_epi8(1)));
+    });
+}
+
 // '<', the zero and bytes from 0x80.
 inline const char* SkipToMark(const char* p, const char* end) {
     return Skip(p, end, [](__m128i x) {
@@ -67,6 +76,7 @@ inline const char* SkipToMark(const char* p, const char*) { return p; }
 inline const char* SkipSpaces(const char* p, const char*) { return p; }
 inline const char* SkipText(const char* p, const char*) { return p; }
 inline const char* SkipQuoted(const char* p, const char*, char) { return p; }
+inline const char* SkipValue(const char* p, const char*, char) { return p; }
 
 #endif
 

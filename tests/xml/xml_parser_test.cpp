@@ -21,6 +21,8 @@ TEST(XmlParser, TreesAndErrorCodes) {
         {"<a b=1 c='2' d=\"3\" e/>", 0, "a(b=1,c=2,d=3,e)"},
         {"<a b=\"x>y\"/>", 0, "a(b=x>y)"},
         {"<a b=1 b=2/>", 0, "a(b=1,b=2)"},
+        {"<a\n\tb='&lt;x' c=\"0123456789abcdefghijklmnopqrstuvwxyz\" d=\"\" >", 1,
+         "a(b=<x,c=0123456789abcdefghijklmnopqrstuvwxyz,d=)"},
         // A quote that meets '<' before its partner is a plain character.
         {"<a b=\"x<y\"/>", 8, "<empty>"},
         {"<a b=>", 8, "<empty>"},
@@ -54,6 +56,8 @@ TEST(XmlParser, TreesAndErrorCodes) {
         {"<a></A>", 0, "a"},
         {"<a><b></a>", 1, "a{b}"},
         {"<a></b>", 6, "<empty>"},
+        // The name written again, but ending at "/>" rather than '>'.
+        {"<a/ ></a/>", 5, "<empty>"},
         // The top node reads a stray end tag as a mismatch and stops there.
         {"<x/></a><y/>", 1, "x"},
         // A later error replaces code 1.

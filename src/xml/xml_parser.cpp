@@ -114,13 +114,10 @@ inline SXmlParseState::SStoredName& NameSlot(const char* text, std::size_t lengt
     return StoreNewName(text, length, state);
 }
 
-inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClearMarks[XmlClearComment].open; }
-
-// Appends decoded text to the node's text `index`. A text that comments are
-// merged into grows geometrically, so that a long run of "x<!-- -->" stays
-// linear.
-bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXmlParseState& state) {
-    char*& stored = state.content.Text(index);
+// Appends decoded text to the text that `stored` holds. A text that comments
+// are merged into grows geometrically, so that a long run of "x<!-- -->"
+// stays linear.
+bool AppendToText(char*& stored, const char* text, std::size_t length, SXmlParseState& state) {
     char* target = stored;
     const bool growing = target == state.growingText;
     const std::size_t had = growing ? state.growingLength : std::strlen(target);
@@ -153,10 +150,13 @@ bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXm
     const auto length = static_cast<std::size_t>(end - p);
 
     CXmlOpenContent& content = state.content;
-    if (content.TextCount() > 0 && content.ClearCount() > 0) {
-        const std::uint32_t last = content.OrderFromEnd(1);
-        const std::uint32_t before = content.OrderFromEnd(2);
-        if ((last & 3) == XmlOrderClear && IsComment(content.Clear(last >> 2)) && (before & 3) == XmlOrderText) {
+    SXmlNodeData* node = content.Innermost();
+    if (node->textCount > 0 && node->clearCount > 0) {
+        const SXmlOpenEntry& last = content.FromEnd(1);
+        SXmlOpenEntry& before = content.FromEnd(2);
+        if (CXmlOpenContent::Kind(last) == XmlOrderClear &&
+            CXmlOpenContent::Mark(last) == &kXmlClearMarks[XmlClearComment] &&
+            CXmlOpenContent::Kind(before) == XmlOrderText) {
             // A text that fails to decode leaves the comment where it is.
             const std::size_t room = length + kXmlDecodeSlack;
             auto* scratch = static_cast<char*>(state.arena->Allocate(room, 1));
@@ -164,13 +164,13 @@ bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXm
             state.arena->TrimLast(scratch, room, 0);
             if (!valid) return false;
             // The comment is the last clear section: its order entry is the last.
-            content.DropLastClear();
-            return AppendToText(before >> 2, p, length, state);
+            content.DropLastClear(node);
+            return AppendToText(before.first, p, length, state);
         }
     }
     char* text = DecodeCopy(p, length, state);
     if (text == nullptr) return false;
-    content.AddText(text);
+    content.AddText(node, text);
     return true;
 }
 
@@ -178,7 +178,9 @@ inline bool StorePendingText(SXmlParseState& state, const char* end) {
     return state.pendingText == nullptr || StorePendingTextNow(state, end);
 }
 
-inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state.content.AddAttribute(name, value); }
+inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, char* value) {
+    state.content.AddAttribute(node, name, value);
+}
 
 // The shared name and the decoded value, shared too when it is short and
 // was seen lately.
@@ -194,13 +196,13 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
     char* storedName = StoreNameInline(name, nameLength, state);
     char* decoded = DecodeCopy<true>(text, length, state);
     if (decoded == nullptr) return false;
-    AddAttribute(state, storedName, decoded);
+    AddAttribute(node, state, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AddAttribute(state, StoreName(name, nameLength, state), nullptr);
+    AddAttribute(node, state, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
@@ -225,7 +227,8 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
     }
     state.cursor = close + std::strlen(mark->close);
     if (close != start)
-        state.content.AddClear(state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
+        state.content.AddClear(state.content.Innermost(),
+                               state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
     state.pendingText = state.cursor;
     return true;
 }
@@ -236,7 +239,7 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
                                     tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
-    state.content.AddChild(child);
+    state.content.AddChild(node, child);
     state.content.Begin(child);
     return child;
 }
@@ -280,7 +283,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
                         char* storedName = StoreNameInline(p, static_cast<std::size_t>(equals - p), state);
                         char* stored = length <= kSharedValueLength ? StoreShortValue(value, length, state)
                                                                     : state.arena->CopyString(value, length);
-                        AddAttribute(state, storedName, stored);
+                        AddAttribute(node, state, storedName, stored);
                         cursor = close + 1;
                         continue;
                     }

@@ -4,6 +4,7 @@
 // clear marks exactly; quotes, '=' and a lone '>' outside a tag are text.
 #include "xml/xml_parser.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -22,7 +23,7 @@ namespace {
 using namespace xml_detail;
 
 // Values up to this length share their copies.
-constexpr std::size_t kSharedValueLength = 32;
+constexpr std::size_t kSharedValueLength = 16;
 
 // A short value without references that was stored lately, or a new copy of
 // it. Values such as "true" or a type name come back on element after element.
@@ -247,6 +248,14 @@ inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, 
 // A byte that can only begin a text token, one byte wide.
 inline bool IsPlainStart(char c) { return kXmlClasses[static_cast<unsigned char>(c)] == 0; }
 
+// Behind a '<': a byte that begins the name of a start tag, and no mark.
+constexpr std::array<bool, 256> MakeTagNameStarts() {
+    std::array<bool, 256> starts{};
+    for (int c = 0; c < 256; ++c) starts[c] = kXmlClasses[c] == 0 && c != '!' && c != '?' && c != 'P';
+    return starts;
+}
+constexpr std::array<bool, 256> kTagNameStarts = MakeTagNameStarts();
+
 // The first '<' or the terminating zero from `p` on that begins a character.
 inline const char* FindMark(const char* p, const char* textEnd) {
     for (;;) {
@@ -436,7 +445,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 state.pendingText = nullptr;  // only white space since the last tag: nothing to store
             }
             SXmlToken token;
-            if (at[0] == '<' && IsPlainStart(at[1]) && at[1] != '!' && at[1] != '?' && at[1] != 'P') {
+            if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
                 // The usual: a start tag with its name right behind the '<'.
                 cursor = at + 1;
                 token = SXmlToken{TokenTagStart, at, 1, nullptr};

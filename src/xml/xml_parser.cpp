@@ -282,7 +282,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
             while (IsXmlSpace(*p)) ++p;
             if (IsPlainStart(*p)) {
                 // The name ends where a text token would, as '=' is one of its stops.
-                const char* equals = xml_scan::SkipText(p + 1, textEnd);
+                const char* equals = SkipPlainBytes(p + 1, textEnd);
                 const char quote = *equals == '=' ? equals[1] : '\0';
                 if (quote == '"' || quote == '\'') {
                     const char* value = equals + 2;

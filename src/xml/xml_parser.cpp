@@ -437,8 +437,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
         // for the next one can skip the tokens.
         while (!complete && !entering) {
             const char* before = cursor;
-            const char* at = xml_scan::SkipSpaces(cursor, textEnd);
-            while (IsXmlSpace(*at)) ++at;
+            const char* at = SkipSpaceBytes(cursor, textEnd);
             if (*at != '<' && *at != '\0') {
                 at = FindMark(at, textEnd);
             } else if (state.pendingText == before) {

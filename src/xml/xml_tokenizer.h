@@ -58,6 +58,18 @@ inline const char* SkipPlainBytes(const char* p, const char* textEnd) {
 
 inline bool IsXmlSpace(char c) { return (kXmlClasses[static_cast<unsigned char>(c)] & kXmlSpace) != 0; }
 
+// Past white space from `p` on: a byte at a time for the first 32 bytes, as
+// SkipPlainBytes does for names (the indentation between two tags is mostly
+// shorter), then in wide steps.
+inline const char* SkipSpaceBytes(const char* p, const char* textEnd) {
+    for (int i = 0; i < 32; ++i, ++p) {
+        if (!IsXmlSpace(*p)) return p;
+    }
+    p = xml_scan::SkipSpaces(p, textEnd);
+    while (IsXmlSpace(*p)) ++p;
+    return p;
+}
+
 inline unsigned char XmlLower(char c) {
     auto b = static_cast<unsigned char>(c);
     return b >= 'A' && b <= 'Z' ? static_cast<unsigned char>(b + ('a' - 'A')) : b;

@@ -286,7 +286,9 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
                 const char quote = *equals == '=' ? equals[1] : '\0';
                 if (quote == '"' || quote == '\'') {
                     const char* value = equals + 2;
-                    const char* close = xml_scan::SkipValue(value, textEnd, quote);
+                    // The quote as a constant: the scan need not wait for its byte.
+                    const char* close = quote == '"' ? xml_scan::SkipValue(value, textEnd, '"')
+                                                     : xml_scan::SkipValue(value, textEnd, '\'');
                     if (*close == quote) {
                         const auto length = static_cast<std::size_t>(close - value);
                         char* storedName = StoreNameInline(p, static_cast<std::size_t>(equals - p), state);

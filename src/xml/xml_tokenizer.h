@@ -58,10 +58,20 @@ inline const char* SkipPlainBytes(const char* p, const char* textEnd) {
 
 inline bool IsXmlSpace(char c) { return (kXmlClasses[static_cast<unsigned char>(c)] & kXmlSpace) != 0; }
 
-// Past white space from `p` on: a byte at a time for the first 32 bytes, as
-// SkipPlainBytes does for names (the indentation between two tags is mostly
-// shorter), then in wide steps.
+// Past white space from `p` on: a line break's indentation by blanks in words,
+// then a byte at a time for up to 32 bytes, as SkipPlainBytes does for names
+// (what stands between two tags is mostly shorter), then in wide steps.
 inline const char* SkipSpaceBytes(const char* p, const char* textEnd) {
+    // Indentation by blanks, eight at a time after a line break; anything
+    // else (tabs, CR LF) goes byte by byte.
+    if (*p == '\n') {
+        ++p;
+        constexpr std::uint64_t kBlanks = 0x2020202020202020u;
+        for (std::uint64_t word; textEnd - p >= 8; p += 8) {
+            std::memcpy(&word, p, sizeof word);
+            if (word != kBlanks) break;
+        }
+    }
     for (int i = 0; i < 32; ++i, ++p) {
         if (!IsXmlSpace(*p)) return p;
     }

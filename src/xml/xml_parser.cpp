@@ -48,7 +48,7 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
 #if defined(__SSE2__)
     // Most values are short and hold no reference: without an '&' the bytes
     // stay as they are (a character from 0x80 is copied whole either way).
-    if (length <= kSharedValueLength && state.end - text >= 32) {
+    if (length <= 32 && state.end - text >= 32) {
         const __m128i amp = _mm_set1_epi8('&');
         const auto low = static_cast<unsigned>(
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), amp)));
@@ -56,7 +56,9 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
         const std::uint64_t within = (std::uint64_t{1} << length) - 1;
         if (((low | (high << 16)) & within) == 0) {
-            if constexpr (Shared) return StoreShortValue(text, length, state);
+            if constexpr (Shared) {
+                if (length <= kSharedValueLength) return StoreShortValue(text, length, state);
+            }
             return state.arena->CopyString(text, length);
         }
     }

@@ -30,10 +30,9 @@ constexpr std::size_t kSharedValueLength = 16;
 inline char* StoreShortValue(const char* text, std::size_t length, SXmlParseState& state) {
     if (length == 0) return state.arena->CopyString(text, length);
     const auto first = static_cast<unsigned char>(text[0]);
-    const auto middle = static_cast<unsigned char>(text[length / 2]);
     const auto last = static_cast<unsigned char>(text[length - 1]);
     SXmlParseState::SStoredName& stored =
-        state.values[(length * 7 + first * 3 + middle * 5 + last) % SXmlParseState::kValueSlots];
+        state.values[(length * 7 + first * 3 + last * 5) % SXmlParseState::kValueSlots];
     if (stored.length == length && XmlSameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
     char* copy = state.arena->CopyString(text, length);
     stored.text = copy;

@@ -1,7 +1,9 @@
 // The content of the elements that the parser has open: attributes, children,
-// texts, clear sections and their order, on stacks shared by all open elements. An
-// element's entries follow those of its ancestors, so when it ends they are
-// the top of each stack and leave for one exact block of the tree's arena.
+// texts and clear sections, on one stack shared by all open elements, in the
+// order in which they were read. An element's entries follow those of its
+// ancestors, so when it ends they are the top of the stack and leave for one
+// exact block of the tree's arena. While an element is open its record counts
+// its entries of each kind, and its content field holds where they begin.
 // Only the parser uses this; elements built through XMLNode grow their own arrays.
 #pragma once
 
@@ -15,100 +17,63 @@
 
 namespace ZEM {
 
-namespace xml_detail {
-
-// A stack that keeps its room when it shrinks, for entries that come and go
-// with each element. The first entries live in the stack itself, so a small
-// document costs no allocation for them.
-template <class T>
-class CXmlStack {
-public:
-    CXmlStack() = default;
-    CXmlStack(const CXmlStack&) = delete;
-    CXmlStack& operator=(const CXmlStack&) = delete;
-
-    std::uint32_t Size() const noexcept { return top_; }
-    T* At(std::uint32_t index) noexcept { return items_ + index; }
-    const T* At(std::uint32_t index) const noexcept { return items_ + index; }
-    void Push(const T& item) {
-        if (top_ == capacity_) Grow();
-        items_[top_++] = item;
-    }
-    void Pop() noexcept { --top_; }
-    void CutTo(std::uint32_t size) noexcept { top_ = size; }
-
-private:
-    static constexpr std::uint32_t kInline = 16;
-
-    void Grow() {
-        const std::uint32_t capacity = capacity_ * 2;
-        std::unique_ptr<T[]> grown(new T[capacity]);
-        std::memcpy(grown.get(), items_, static_cast<std::size_t>(top_) * sizeof(T));
-        heap_ = std::move(grown);
-        items_ = heap_.get();
-        capacity_ = capacity;
-    }
-
-    T inline_[kInline];
-    std::unique_ptr<T[]> heap_;
-    T* items_ = inline_;
-    std::uint32_t top_ = 0;
-    std::uint32_t capacity_ = kInline;
+// One entry of an open element, 16 bytes. An attribute is its name and value
+// (the same bytes as an SXmlAttribute); the attributes of an element come
+// before anything else of it, so its count tells them apart. Any other entry
+// is the child, text or clear text, and its order kind in the low bits of
+// `second`, above which a clear section keeps its mark.
+struct SXmlOpenEntry {
+    char* first;
+    std::uintptr_t second;
 };
-
-// Copies `count` entries from `from` into `place` and moves `place` on.
-template <class T>
-inline void Place(const T* from, std::uint32_t count, char*& place) {
-    if (count == 0) return;
-    XmlCopyBytes(place, from, static_cast<std::size_t>(count) * sizeof(T));
-    place += static_cast<std::size_t>(count) * sizeof(T);
-}
-
-}  // namespace xml_detail
 
 class CXmlOpenContent {
 public:
+    CXmlOpenContent() = default;
+    CXmlOpenContent(const CXmlOpenContent&) = delete;
+    CXmlOpenContent& operator=(const CXmlOpenContent&) = delete;
+
     // `node` opens; its entries go on top of its parent's.
-    void Begin(SXmlNodeData* node) {
-        starts_.Push(SStart{attributes_.Size(), children_.Size(), texts_.Size(), clears_.Size(), order_.Size()});
+    void Begin(SXmlNodeData* node) noexcept {
+        node->content |= static_cast<std::uintptr_t>(top_ - base_) << kStartShift;
         innermost_ = node;
+        ++open_;
     }
 
     // The element that opened last and hasn't ended; null when none is open.
     SXmlNodeData* Innermost() const noexcept { return innermost_; }
-    bool AnyOpen() const noexcept { return starts_.Size() != 0; }
+    bool AnyOpen() const noexcept { return open_ != 0; }
 
-    void AddAttribute(char* name, char* value) { attributes_.Push(SXmlAttribute{name, value}); }
-
-    void AddChild(SXmlNodeData* child) {
-        const std::uint32_t index = children_.Size() - Start().children;
-        Append(index * 4 + XmlOrderChild);
-        children_.Push(child);
+    // Of `node`, the innermost element.
+    void AddAttribute(SXmlNodeData* node, char* name, char* value) {
+        Push(name, reinterpret_cast<std::uintptr_t>(value));
+        ++node->attributeCount;
+    }
+    void AddChild(SXmlNodeData* node, SXmlNodeData* child) {
+        Push(reinterpret_cast<char*>(child), XmlOrderChild);
+        ++node->childCount;
+    }
+    void AddText(SXmlNodeData* node, char* text) {
+        Push(text, XmlOrderText);
+        ++node->textCount;
+    }
+    void AddClear(SXmlNodeData* node, char* text, const SXmlClearMark* mark) {
+        Push(text, reinterpret_cast<std::uintptr_t>(mark) | XmlOrderClear);
+        ++node->clearCount;
     }
 
-    void AddText(char* text) {
-        const std::uint32_t index = texts_.Size() - Start().texts;
-        Append(index * 4 + XmlOrderText);
-        texts_.Push(text);
+    // The entry `back` places from the top (1: the last).
+    SXmlOpenEntry& FromEnd(std::uint32_t back) noexcept { return top_[-static_cast<std::ptrdiff_t>(back)]; }
+    static std::uint32_t Kind(const SXmlOpenEntry& entry) noexcept {
+        return static_cast<std::uint32_t>(entry.second & 3);
     }
-
-    void AddClear(char* text, const SXmlClearMark* mark) {
-        const std::uint32_t index = clears_.Size() - Start().clears;
-        Append(index * 4 + XmlOrderClear);
-        clears_.Push(SXmlClear{text, mark->open, mark->close});
+    static const SXmlClearMark* Mark(const SXmlOpenEntry& entry) noexcept {
+        return reinterpret_cast<const SXmlClearMark*>(entry.second & ~std::uintptr_t{3});
     }
-
-    // Of the innermost element.
-    std::uint32_t TextCount() const { return texts_.Size() - Start().texts; }
-    std::uint32_t ClearCount() const { return clears_.Size() - Start().clears; }
-    // Its order entry `back` places from the end (1: the last).
-    std::uint32_t OrderFromEnd(std::uint32_t back) const { return *order_.At(order_.Size() - back); }
-    const SXmlClear& Clear(std::uint32_t index) const { return *clears_.At(Start().clears + index); }
-    char*& Text(std::uint32_t index) { return *texts_.At(Start().texts + index); }
-    // Drops its last entry, which is a clear section.
-    void DropLastClear() noexcept {
-        clears_.Pop();
-        order_.Pop();
+    // Drops the last entry of `node`, which is a clear section.
+    void DropLastClear(SXmlNodeData* node) noexcept {
+        --top_;
+        --node->clearCount;
     }
 
     // The innermost element ends: its entries move into its record, in one
@@ -119,35 +84,37 @@ public:
     void EndInline(SXmlNodeData* node);
 
 private:
-    struct SStart {
-        std::uint32_t attributes, children, texts, clears, order;
-    };
+    // Bits 0-2 of an open record's content keep the layout and the
+    // declaration flag; the index of its first entry sits above them.
+    static constexpr int kStartShift = 3;
+    static constexpr std::size_t kInline = 64;
 
-    const SStart& Start() const noexcept { return *starts_.At(starts_.Size() - 1); }
-    // An element holds no more than kXmlMaxEntries entries, so that an order
-    // entry fits its 32 bits.
-    void Append(std::uint32_t entry) {
-        if (order_.Size() - Start().order >= static_cast<std::uint32_t>(xml_detail::kXmlMaxEntries))
-            throw std::bad_alloc();
-        order_.Push(entry);
+    void Push(char* first, std::uintptr_t second) {
+        if (top_ == limit_) Grow();
+        top_->first = first;
+        top_->second = second;
+        ++top_;
     }
+    void Grow();
 
-    xml_detail::CXmlStack<SXmlAttribute> attributes_;
-    xml_detail::CXmlStack<SXmlNodeData*> children_;
-    xml_detail::CXmlStack<char*> texts_;
-    xml_detail::CXmlStack<SXmlClear> clears_;
-    xml_detail::CXmlStack<std::uint32_t> order_;
-    xml_detail::CXmlStack<SStart> starts_;
+    SXmlOpenEntry* base_ = inline_;
+    SXmlOpenEntry* top_ = inline_;
+    SXmlOpenEntry* limit_ = inline_ + kInline;
     SXmlNodeData* innermost_ = nullptr;
+    std::size_t open_ = 0;
+    std::unique_ptr<SXmlOpenEntry[]> heap_;
+    SXmlOpenEntry inline_[kInline];
 };
 
 [[gnu::always_inline]] inline void CXmlOpenContent::EndInline(SXmlNodeData* node) {
-    const SStart start = Start();
-    const std::uint32_t attributes = attributes_.Size() - start.attributes;
-    const std::uint32_t children = children_.Size() - start.children;
-    const std::uint32_t texts = texts_.Size() - start.texts;
-    const std::uint32_t clears = clears_.Size() - start.clears;
-    const std::uint32_t entries = order_.Size() - start.order;
+    SXmlOpenEntry* const first = base_ + (node->content >> kStartShift);
+    const auto attributes = static_cast<std::uint32_t>(node->attributeCount);
+    const auto children = static_cast<std::uint32_t>(node->childCount);
+    const auto texts = static_cast<std::uint32_t>(node->textCount);
+    const auto clears = static_cast<std::uint32_t>(node->clearCount);
+    const std::size_t entries = static_cast<std::size_t>(top_ - first) - attributes;
+    // Beyond this an order entry (index * 4 + kind) would not fit its 32 bits.
+    if (entries > static_cast<std::size_t>(xml_detail::kXmlMaxEntries)) throw std::bad_alloc();
 
     EXmlLayout layout = XmlLayoutPacked;
     if (clears == 0 && entries <= static_cast<std::uint32_t>(xml_detail::kXmlSharedOrderSize)) {
@@ -155,28 +122,46 @@ private:
         else if (children == 0) layout = XmlLayoutTextOrder;
     }
     // The order array, of 4-byte entries, last.
-    const std::size_t bytes = attributes * sizeof(SXmlAttribute) + children * sizeof(SXmlNodeData*) +
-                              texts * sizeof(char*) + clears * sizeof(SXmlClear) +
+    const std::size_t bytes = attributes * sizeof(SXmlAttribute) + (children + texts) * sizeof(char*) +
+                              clears * sizeof(SXmlClear) +
                               (layout != XmlLayoutPacked ? 0 : entries * sizeof(std::uint32_t));
     char* place = bytes != 0 ? static_cast<char*>(node->arena->Allocate(bytes)) : nullptr;
+    node->content &= xml_detail::kXmlDeclarationBit;
     xml_detail::SetContent(node, place, layout);
-    xml_detail::Place(attributes_.At(start.attributes), attributes, place);
-    xml_detail::Place(children_.At(start.children), children, place);
-    xml_detail::Place(texts_.At(start.texts), texts, place);
-    xml_detail::Place(clears_.At(start.clears), clears, place);
-    if (layout == XmlLayoutPacked) xml_detail::Place(order_.At(start.order), entries, place);
-    node->attributeCount = static_cast<std::int32_t>(attributes);
-    node->childCount = static_cast<std::int32_t>(children);
-    node->textCount = static_cast<std::int32_t>(texts);
-    node->clearCount = static_cast<std::int32_t>(clears);
-
-    attributes_.CutTo(start.attributes);
-    children_.CutTo(start.children);
-    texts_.CutTo(start.texts);
-    clears_.CutTo(start.clears);
-    order_.CutTo(start.order);
-    starts_.Pop();
+    if (attributes != 0) XmlCopyBytes(place, first, attributes * sizeof(SXmlAttribute));
+    const SXmlOpenEntry* entry = first + attributes;
+    auto** childOut = reinterpret_cast<SXmlNodeData**>(place + attributes * sizeof(SXmlAttribute));
+    if (layout != XmlLayoutPacked) {
+        // One kind only: children, or texts, in a row.
+        auto** out = childOut;
+        for (const SXmlOpenEntry* end = top_; entry != end; ++entry) *out++ = reinterpret_cast<SXmlNodeData*>(entry->first);
+    } else {
+        char** textOut = reinterpret_cast<char**>(childOut + children);
+        auto* clearOut = reinterpret_cast<SXmlClear*>(textOut + texts);
+        auto* orderOut = reinterpret_cast<std::uint32_t*>(clearOut + clears);
+        std::uint32_t child = 0, text = 0, clear = 0;
+        for (const SXmlOpenEntry* end = top_; entry != end; ++entry) {
+            switch (Kind(*entry)) {
+                case XmlOrderChild:
+                    childOut[child] = reinterpret_cast<SXmlNodeData*>(entry->first);
+                    *orderOut++ = child++ * 4 + XmlOrderChild;
+                    break;
+                case XmlOrderText:
+                    textOut[text] = entry->first;
+                    *orderOut++ = text++ * 4 + XmlOrderText;
+                    break;
+                default: {
+                    const SXmlClearMark* mark = Mark(*entry);
+                    clearOut[clear] = SXmlClear{entry->first, mark->open, mark->close};
+                    *orderOut++ = clear++ * 4 + XmlOrderClear;
+                    break;
+                }
+            }
+        }
+    }
+    top_ = first;
     innermost_ = node->parent;
+    --open_;
 }
 
 }  // namespace ZEM

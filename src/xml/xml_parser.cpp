@@ -4,6 +4,7 @@
 // clear marks exactly; quotes, '=' and a lone '>' outside a tag are text.
 #include "xml/xml_parser.h"
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -22,17 +23,16 @@ namespace {
 using namespace xml_detail;
 
 // Values up to this length share their copies.
-constexpr std::size_t kSharedValueLength = 32;
+constexpr std::size_t kSharedValueLength = 16;
 
 // A short value without references that was stored lately, or a new copy of
 // it. Values such as "true" or a type name come back on element after element.
 inline char* StoreShortValue(const char* text, std::size_t length, SXmlParseState& state) {
     if (length == 0) return state.arena->CopyString(text, length);
     const auto first = static_cast<unsigned char>(text[0]);
-    const auto middle = static_cast<unsigned char>(text[length / 2]);
     const auto last = static_cast<unsigned char>(text[length - 1]);
     SXmlParseState::SStoredName& stored =
-        state.values[(length * 7 + first * 3 + middle * 5 + last) % SXmlParseState::kValueSlots];
+        state.values[(length * 7 + first * 3 + last * 5) % SXmlParseState::kValueSlots];
     if (stored.length == length && XmlSameBytes(stored.text, text, length)) return const_cast<char*>(stored.text);
     char* copy = state.arena->CopyString(text, length);
     stored.text = copy;
@@ -47,7 +47,7 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
 #if defined(__SSE2__)
     // Most values are short and hold no reference: without an '&' the bytes
     // stay as they are (a character from 0x80 is copied whole either way).
-    if (length <= kSharedValueLength && state.end - text >= 32) {
+    if (length <= 32 && state.end - text >= 32) {
         const __m128i amp = _mm_set1_epi8('&');
         const auto low = static_cast<unsigned>(
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), amp)));
@@ -55,7 +55,9 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
         const std::uint64_t within = (std::uint64_t{1} << length) - 1;
         if (((low | (high << 16)) & within) == 0) {
-            if constexpr (Shared) return StoreShortValue(text, length, state);
+            if constexpr (Shared) {
+                if (length <= kSharedValueLength) return StoreShortValue(text, length, state);
+            }
             return state.arena->CopyString(text, length);
         }
     }
@@ -114,13 +116,10 @@ inline SXmlParseState::SStoredName& NameSlot(const char* text, std::size_t lengt
     return StoreNewName(text, length, state);
 }
 
-inline bool IsComment(const SXmlClear& clear) { return clear.openTag == kXmlClearMarks[XmlClearComment].open; }
-
-// Appends decoded text to the node's text `index`. A text that comments are
-// merged into grows geometrically, so that a long run of "x<!-- -->" stays
-// linear.
-bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXmlParseState& state) {
-    char*& stored = state.content.Text(index);
+// Appends decoded text to the text that `stored` holds. A text that comments
+// are merged into grows geometrically, so that a long run of "x<!-- -->"
+// stays linear.
+bool AppendToText(char*& stored, const char* text, std::size_t length, SXmlParseState& state) {
     char* target = stored;
     const bool growing = target == state.growingText;
     const std::size_t had = growing ? state.growingLength : std::strlen(target);
@@ -153,10 +152,13 @@ bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXm
     const auto length = static_cast<std::size_t>(end - p);
 
     CXmlOpenContent& content = state.content;
-    if (content.TextCount() > 0 && content.ClearCount() > 0) {
-        const std::uint32_t last = content.OrderFromEnd(1);
-        const std::uint32_t before = content.OrderFromEnd(2);
-        if ((last & 3) == XmlOrderClear && IsComment(content.Clear(last >> 2)) && (before & 3) == XmlOrderText) {
+    SXmlNodeData* node = content.Innermost();
+    if (node->textCount > 0 && node->clearCount > 0) {
+        const SXmlOpenEntry& last = content.FromEnd(1);
+        SXmlOpenEntry& before = content.FromEnd(2);
+        if (CXmlOpenContent::Kind(last) == XmlOrderClear &&
+            CXmlOpenContent::Mark(last) == &kXmlClearMarks[XmlClearComment] &&
+            CXmlOpenContent::Kind(before) == XmlOrderText) {
             // A text that fails to decode leaves the comment where it is.
             const std::size_t room = length + kXmlDecodeSlack;
             auto* scratch = static_cast<char*>(state.arena->Allocate(room, 1));
@@ -164,13 +166,13 @@ bool AppendToText(std::uint32_t index, const char* text, std::size_t length, SXm
             state.arena->TrimLast(scratch, room, 0);
             if (!valid) return false;
             // The comment is the last clear section: its order entry is the last.
-            content.DropLastClear();
-            return AppendToText(before >> 2, p, length, state);
+            content.DropLastClear(node);
+            return AppendToText(before.first, p, length, state);
         }
     }
     char* text = DecodeCopy(p, length, state);
     if (text == nullptr) return false;
-    content.AddText(text);
+    content.AddText(node, text);
     return true;
 }
 
@@ -178,7 +180,9 @@ inline bool StorePendingText(SXmlParseState& state, const char* end) {
     return state.pendingText == nullptr || StorePendingTextNow(state, end);
 }
 
-inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state.content.AddAttribute(name, value); }
+inline void AddAttribute(SXmlNodeData* node, SXmlParseState& state, char* name, char* value) {
+    state.content.AddAttribute(node, name, value);
+}
 
 // The shared name and the decoded value, shared too when it is short and
 // was seen lately.
@@ -194,13 +198,13 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
     char* storedName = StoreNameInline(name, nameLength, state);
     char* decoded = DecodeCopy<true>(text, length, state);
     if (decoded == nullptr) return false;
-    AddAttribute(state, storedName, decoded);
+    AddAttribute(node, state, storedName, decoded);
     return true;
 }
 
 [[gnu::noinline]] void StoreBareAttribute(SXmlNodeData* node, SXmlParseState& state, const char* name,
                                           std::size_t nameLength) {
-    AddAttribute(state, StoreName(name, nameLength, state), nullptr);
+    AddAttribute(node, state, StoreName(name, nameLength, state), nullptr);
 }
 
 // The section behind an open mark, as a clear entry unless it is empty.
@@ -225,7 +229,8 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
     }
     state.cursor = close + std::strlen(mark->close);
     if (close != start)
-        state.content.AddClear(state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
+        state.content.AddClear(state.content.Innermost(),
+                               state.arena->CopyString(start, static_cast<std::size_t>(close - start)), mark);
     state.pendingText = state.cursor;
     return true;
 }
@@ -236,13 +241,21 @@ inline void AddAttribute(SXmlParseState& state, char* name, char* value) { state
                                     tag.kind == TokenDeclarationStart);
     const std::ptrdiff_t offset = tag.start - state.text;
     child->sourceOffset = offset <= INT32_MAX ? static_cast<std::int32_t>(offset) : -1;
-    state.content.AddChild(child);
+    state.content.AddChild(node, child);
     state.content.Begin(child);
     return child;
 }
 
 // A byte that can only begin a text token, one byte wide.
 inline bool IsPlainStart(char c) { return kXmlClasses[static_cast<unsigned char>(c)] == 0; }
+
+// Behind a '<': a byte that begins the name of a start tag, and no mark.
+constexpr std::array<bool, 256> MakeTagNameStarts() {
+    std::array<bool, 256> starts{};
+    for (int c = 0; c < 256; ++c) starts[c] = kXmlClasses[c] == 0 && c != '!' && c != '?' && c != 'P';
+    return starts;
+}
+constexpr std::array<bool, 256> kTagNameStarts = MakeTagNameStarts();
 
 // The first '<' or the terminating zero from `p` on that begins a character.
 inline const char* FindMark(const char* p, const char* textEnd) {
@@ -270,17 +283,19 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
             while (IsXmlSpace(*p)) ++p;
             if (IsPlainStart(*p)) {
                 // The name ends where a text token would, as '=' is one of its stops.
-                const char* equals = xml_scan::SkipText(p + 1, textEnd);
+                const char* equals = SkipPlainBytes(p + 1, textEnd);
                 const char quote = *equals == '=' ? equals[1] : '\0';
                 if (quote == '"' || quote == '\'') {
                     const char* value = equals + 2;
-                    const char* close = xml_scan::SkipValue(value, textEnd, quote);
+                    // The quote as a constant: the scan need not wait for its byte.
+                    const char* close = quote == '"' ? xml_scan::SkipValue(value, textEnd, '"')
+                                                     : xml_scan::SkipValue(value, textEnd, '\'');
                     if (*close == quote) {
                         const auto length = static_cast<std::size_t>(close - value);
                         char* storedName = StoreNameInline(p, static_cast<std::size_t>(equals - p), state);
                         char* stored = length <= kSharedValueLength ? StoreShortValue(value, length, state)
                                                                     : state.arena->CopyString(value, length);
-                        AddAttribute(state, storedName, stored);
+                        AddAttribute(node, state, storedName, stored);
                         cursor = close + 1;
                         continue;
                     }
@@ -425,15 +440,14 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
         // for the next one can skip the tokens.
         while (!complete && !entering) {
             const char* before = cursor;
-            const char* at = xml_scan::SkipSpaces(cursor, textEnd);
-            while (IsXmlSpace(*at)) ++at;
+            const char* at = SkipSpaceBytes(cursor, textEnd);
             if (*at != '<' && *at != '\0') {
                 at = FindMark(at, textEnd);
             } else if (state.pendingText == before) {
                 state.pendingText = nullptr;  // only white space since the last tag: nothing to store
             }
             SXmlToken token;
-            if (at[0] == '<' && IsPlainStart(at[1]) && at[1] != '!' && at[1] != '?' && at[1] != 'P') {
+            if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
                 // The usual: a start tag with its name right behind the '<'.
                 cursor = at + 1;
                 token = SXmlToken{TokenTagStart, at, 1, nullptr};

@@ -37,7 +37,48 @@ constexpr std::array<std::uint8_t, 256> MakeXmlClasses() {
 
 inline constexpr std::array<std::uint8_t, 256> kXmlClasses = MakeXmlClasses();
 
+// Bytes that a text token takes as they are: all but white space, the
+// zero, '<', '=', '>', '/' and the lead bytes of multi-byte characters.
+constexpr std::array<bool, 256> MakeXmlPlainBytes() {
+    std::array<bool, 256> plain{};
+    for (int c = 0; c < 256; ++c) plain[c] = (kXmlClasses[c] & (kXmlTextStop | kXmlLead)) == 0;
+    return plain;
+}
+inline constexpr std::array<bool, 256> kXmlPlainBytes = MakeXmlPlainBytes();
+
+// Past the plain bytes from `p` on: one at a time for the first 16, as names
+// are short and a byte loop finds their end sooner than a wide step, whose
+// result every later step waits for; the wide steps take over after that.
+inline const char* SkipPlainBytes(const char* p, const char* textEnd) {
+    for (int i = 0; i < 16; ++i, ++p) {
+        if (!kXmlPlainBytes[static_cast<unsigned char>(*p)]) return p;
+    }
+    return xml_scan::SkipText(p, textEnd);
+}
+
 inline bool IsXmlSpace(char c) { return (kXmlClasses[static_cast<unsigned char>(c)] & kXmlSpace) != 0; }
+
+// Past white space from `p` on: a line break's indentation by blanks in words,
+// then a byte at a time for up to 32 bytes, as SkipPlainBytes does for names
+// (what stands between two tags is mostly shorter), then in wide steps.
+inline const char* SkipSpaceBytes(const char* p, const char* textEnd) {
+    // Indentation by blanks, eight at a time after a line break; anything
+    // else (tabs, CR LF) goes byte by byte.
+    if (*p == '\n') {
+        ++p;
+        constexpr std::uint64_t kBlanks = 0x2020202020202020u;
+        for (std::uint64_t word; textEnd - p >= 8; p += 8) {
+            std::memcpy(&word, p, sizeof word);
+            if (word != kBlanks) break;
+        }
+    }
+    for (int i = 0; i < 32; ++i, ++p) {
+        if (!IsXmlSpace(*p)) return p;
+    }
+    p = xml_scan::SkipSpaces(p, textEnd);
+    while (IsXmlSpace(*p)) ++p;
+    return p;
+}
 
 inline unsigned char XmlLower(char c) {
     auto b = static_cast<unsigned char>(c);
@@ -70,7 +111,7 @@ struct SXmlToken {
                                                     const char* at) {
     const auto* p = reinterpret_cast<const unsigned char*>(at);
     for (;;) {
-        p = reinterpret_cast<const unsigned char*>(xml_scan::SkipText(reinterpret_cast<const char*>(p), textEnd));
+        p = reinterpret_cast<const unsigned char*>(SkipPlainBytes(reinterpret_cast<const char*>(p), textEnd));
         const std::uint8_t cls = kXmlClasses[*p];
         if ((cls & (kXmlTextStop | kXmlLead)) == 0) {
             ++p;

@@ -31,6 +31,12 @@ TEST(XmlParser, TreesAndErrorCodes) {
         {"<a> x <b/> y </a>", 0, "a{\"x\",b,\"y\"}"},
         {"<a>say \"hi <b/>\"</a>", 0, "a{\"say \"hi\",b,\"\"\"}"},
         {"<a>  </a>", 0, "a"},
+        // Indentation in words of blanks, by the byte, and up to the end.
+        {"<a>\n                    <b/>\n\t\t<c/>\r\n   x\n         </a>", 0, "a{b,c,\"x\"}"},
+        {"<a>\n          ", 1, "a"},
+        // Names beyond the 16 bytes read one at a time.
+        {"<abcdefghijklmnopqrstu abcdefghijklmnopqrst='1'></abcdefghijklmnopqrstu>", 0,
+         "abcdefghijklmnopqrstu(abcdefghijklmnopqrst=1)"},
         // Text around the one element keeps the nameless top node.
         {"text<a/>", 0, "#top{\"text\",a}"},
         // Entities and character references.

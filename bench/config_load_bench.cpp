@@ -5,24 +5,21 @@
 // store is a host's shutdown, not its load: it is timed apart and shown as
 // `teardown_per_bean`. Counter `faults`: the page faults per iteration, which
 // fresh memory costs on top of the work.
-//
-// As in the XML benchmark, malloc is told to keep freed memory in the
-// process: otherwise glibc gives the pages of a large store back to the
-// kernel when it ends, and the next iteration pays for clearing them afresh,
-// which measures the allocator's trimming rather than the load.
-// ZEM_BENCH_COLD=1 in the environment leaves malloc as it is.
+// It runs on warm memory (warm_main.h): otherwise glibc gives the pages of a
+// large store back to the kernel when it ends, and the next iteration pays
+// for clearing them afresh, which measures the allocator's trimming rather
+// than the load.
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 #include <sys/resource.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
 #include "config/configuration.h"
 #include "config/document_reader.h"
 #include "config_generator.h"
+#include "warm_main.h"
 #include "foundation/string_convert.h"
 #include "xml/xml_document.h"
 
@@ -131,14 +128,4 @@ BENCHMARK(BM_ReadParsedTree)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    if (std::getenv("ZEM_BENCH_COLD") == nullptr) {
-        mallopt(M_MMAP_THRESHOLD, 256 << 20);
-        mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return RunOnWarmMemory(argc, argv); }

@@ -23,6 +23,7 @@
 #include <string>
 
 #include "config_generator.h"
+#include "warm_main.h"
 #include "xml/xml_document.h"
 
 #ifdef ZEM_BENCH_PUGIXML
@@ -219,14 +220,4 @@ BENCHMARK(BM_Libxml2)->Apply(Sizes);
 #endif
 BENCHMARK(BM_MemchrPass)->Apply(Sizes);
 
-int main(int argc, char** argv) {
-    if (std::getenv("ZEM_BENCH_COLD") == nullptr) {
-        mallopt(M_MMAP_THRESHOLD, 256 << 20);
-        mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return RunOnWarmMemory(argc, argv); }

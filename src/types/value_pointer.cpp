@@ -3,7 +3,6 @@
 #include "types/value_pointer.h"
 
 #include "container/bean_factory.h"
-#include "foundation/string_convert.h"
 #include "library/library.h"
 
 namespace ZEM {

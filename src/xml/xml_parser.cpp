@@ -40,6 +40,12 @@ inline char* StoreShortValue(const char* text, std::size_t length, SXmlParseStat
     return copy;
 }
 
+// A value without references as it is stored: shared when it is short.
+[[gnu::always_inline]] inline char* StorePlainValue(const char* text, std::size_t length, SXmlParseState& state) {
+    return length <= kSharedValueLength ? StoreShortValue(text, length, state)
+                                        : state.arena->CopyString(text, length);
+}
+
 // A decoded copy in the arena, or null with the error set. `Shared`: a short
 // value may be one that the tree holds already.
 template <bool Shared = false>
@@ -55,9 +61,7 @@ char* DecodeCopy(const char* text, std::size_t length, SXmlParseState& state) {
             _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16)), amp)));
         const std::uint64_t within = (std::uint64_t{1} << length) - 1;
         if (((low | (high << 16)) & within) == 0) {
-            if constexpr (Shared) {
-                if (length <= kSharedValueLength) return StoreShortValue(text, length, state);
-            }
+            if constexpr (Shared) return StorePlainValue(text, length, state);
             return state.arena->CopyString(text, length);
         }
     }
@@ -293,9 +297,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
                     if (*close == quote) {
                         const auto length = static_cast<std::size_t>(close - value);
                         char* storedName = StoreNameInline(p, static_cast<std::size_t>(equals - p), state);
-                        char* stored = length <= kSharedValueLength ? StoreShortValue(value, length, state)
-                                                                    : state.arena->CopyString(value, length);
-                        AddAttribute(node, state, storedName, stored);
+                        AddAttribute(node, state, storedName, StorePlainValue(value, length, state));
                         cursor = close + 1;
                         continue;
                     }

@@ -134,7 +134,8 @@ private:
     if (layout != XmlLayoutPacked) {
         // One kind only: children, or texts, in a row.
         auto** out = childOut;
-        for (const SXmlOpenEntry* end = top_; entry != end; ++entry) *out++ = reinterpret_cast<SXmlNodeData*>(entry->first);
+        for (const SXmlOpenEntry* end = top_; entry != end; ++entry)
+            *out++ = reinterpret_cast<SXmlNodeData*>(entry->first);
     } else {
         char** textOut = reinterpret_cast<char**>(childOut + children);
         auto* clearOut = reinterpret_cast<SXmlClear*>(textOut + texts);

@@ -12,6 +12,7 @@
 
 #include "config/bean_reader.h"
 #include "foundation/string_convert.h"
+#include "platform/files.h"
 #include "platform/module.h"
 #include "substitution/loops.h"
 #include "zem/exception.h"
@@ -45,9 +46,7 @@ std::wstring BaseDirectory(const std::wstring& path) {
 // The path with links, "." and ".." resolved as far as it exists; as given
 // if that fails.
 std::string Canonical(const std::string& fileSystemPath) {
-    std::error_code error;
-    std::filesystem::path canonical = std::filesystem::weakly_canonical(fileSystemPath, error);
-    return error ? fileSystemPath : canonical.string();
+    return platform::CanonicalPath(fileSystemPath);
 }
 
 // What identifies one reading among those under way: the file, however its

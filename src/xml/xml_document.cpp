@@ -13,6 +13,7 @@
 #include <new>
 #include <string>
 
+#include "platform/files.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 #include "xml/xml_parser.h"
@@ -45,7 +46,7 @@ struct SBufferFree {
 XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* result) {
     if (result != nullptr) result->line = result->column = 0;
     if (path == nullptr) return Fail(result, XmlFileNotFound);
-    SFileCloser file{std::fopen(path, "rb")};
+    SFileCloser file{platform::OpenFileForReading(path)};
     if (file.file == nullptr) return Fail(result, XmlFileNotFound);
     // A directory opens for reading on Linux, but it has no content to give.
     struct stat info {};

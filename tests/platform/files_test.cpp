@@ -1,0 +1,42 @@
+// Files by UTF-8 names: a name outside ASCII, with a character beyond 16 bits
+// (a surrogate pair in a Windows file name), and backslashes in paths reach
+// the file system whole, through the platform layer and through the reader.
+#include "platform/files.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "config/reader_test_support.h"
+#include "foundation/string_convert.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+const std::string kFolder = "gr\xC3\xBC\xC3\x9F" "e-\xF0\x9F\x98\x80";
+
+std::string Document(const std::string& include, const char* bean) {
+    return "<zem>" + include + "<library path='m'><bean name='" + bean + "' class='C'/></library></zem>";
+}
+
+TEST(Files, NamesOutsideAsciiAndBackslashes) {
+    zem_support::TempDir folder;
+    const std::string main = folder.Write(kFolder + "/main.xml", Document("<include path='teil\\\xC3\xB6.xml'/>", "outer"));
+    folder.Write(kFolder + "/teil/\xC3\xB6.xml", Document("", "inner"));
+
+    std::FILE* file = ZEM::platform::OpenFileForReading(main.c_str());
+    ASSERT_NE(file, nullptr);
+    std::fclose(file);
+    EXPECT_EQ(ZEM::platform::OpenFileForReading(folder.Path(kFolder + "/missing.xml").c_str()), nullptr);
+    EXPECT_EQ(ZEM::platform::CanonicalPath(folder.Path(kFolder + "/teil/../main.xml")),
+              ZEM::platform::CanonicalPath(main));
+
+    // Read by its path in the system's own form: with backslashes on Windows.
+    const std::u8string native = zem_support::Utf8Path(main).make_preferred().u8string();
+    const CConfiguration read = ReadFile(ZEM::Widen(std::string(native.begin(), native.end())));
+    ASSERT_NE(FindLibrary(read, "m"), nullptr);
+    EXPECT_EQ(BeanNames(*FindLibrary(read, "m")), (Names{"inner", "outer"}));
+}
+
+}  // namespace

@@ -12,12 +12,13 @@
 #include "foundation/string_convert.h"
 #include "support/temp_dir.h"
 
+namespace zem_test {
 namespace {
 
 const std::string kFolder = "gr\xC3\xBC\xC3\x9F" "e-\xF0\x9F\x98\x80";
 
 std::string Document(const std::string& include, const char* bean) {
-    return "<zem>" + include + "<library path='m'><bean name='" + bean + "' class='C'/></library></zem>";
+    return "<zem>" + include + "<library path='m'><beans><bean name='" + bean + "' class='C'/></beans></library></zem>";
 }
 
 TEST(Files, NamesOutsideAsciiAndBackslashes) {
@@ -40,3 +41,4 @@ TEST(Files, NamesOutsideAsciiAndBackslashes) {
 }
 
 }  // namespace
+}  // namespace zem_test

@@ -20,6 +20,7 @@ using Policy = std::function<bool(const char*)>;
 struct SPolicySlot {
     std::mutex mutex;
     std::shared_ptr<const Policy> allow;  // null: every library is allowed
+    bool refuseAll = false;
 };
 
 SPolicySlot& Slot() {
@@ -28,6 +29,9 @@ SPolicySlot& Slot() {
 }
 
 }  // namespace
+
+CLibraryRefused::CLibraryRefused(const std::string& path)
+    : CException(Message(L"Library '", path, L"' is not allowed by the host")) {}
 
 void SetLibraryPolicy(std::function<bool(const char* path)> allow) {
     std::shared_ptr<const Policy> installed;
@@ -40,12 +44,26 @@ void SetLibraryPolicy(std::function<bool(const char* path)> allow) {
 
 void CheckLibraryPolicy(const std::string& path) {
     std::shared_ptr<const Policy> allow;
+    bool refuseAll = false;
     {
         SPolicySlot& slot = Slot();
         std::lock_guard<std::mutex> guard(slot.mutex);
         allow = slot.allow;
+        refuseAll = slot.refuseAll;
     }
-    if (allow && !(*allow)(path.c_str())) throw CException(Message(L"Library '", path, L"' is not allowed by the host"));
+    if (refuseAll || (allow && !(*allow)(path.c_str()))) throw CLibraryRefused(path);
+}
+
+void SetReadingWithoutLibraries(bool on) {
+    SPolicySlot& slot = Slot();
+    std::lock_guard<std::mutex> guard(slot.mutex);
+    slot.refuseAll = on;
+}
+
+bool ReadingWithoutLibraries() {
+    SPolicySlot& slot = Slot();
+    std::lock_guard<std::mutex> guard(slot.mutex);
+    return slot.refuseAll;
 }
 
 }  // namespace ZEM

@@ -39,10 +39,10 @@ thread_local bool t_loading = false;
 
 // Refuses a load from code that it would pull the ground from under, before
 // anything of the document is read.
-void RefuseLoad(const std::shared_ptr<IBeanFactory>& factory) {
+void RefuseLoad(const std::shared_ptr<IBeanFactory>& factory, const char* operation = "load") {
     if (t_loading)
-        throw CException(Message(L"Operation '", "load", L"' is not allowed from code that a load is running"));
-    Impl(factory).RefuseFromOwnCode("load");
+        throw CException(Message(L"Operation '", operation, L"' is not allowed from code that a load is running"));
+    Impl(factory).RefuseFromOwnCode(operation);
 }
 
 void Load(const std::shared_ptr<IBeanFactory>& factory, CConfiguration&& configuration) {
@@ -98,7 +98,7 @@ void CContainer::ReleaseInstance(std::shared_ptr<IObject> instance) {
 void CContainer::Reset() { Impl(factory_).ResetFactory(); }
 
 void CContainer::Reset(const char* text) {
-    RefuseLoad(factory_);  // before the old content goes
+    RefuseLoad(factory_, "Reset");  // before the old content goes
     {
         std::shared_ptr<IBeanFactory> factory = factory_;
         Impl(factory).ResetFactory();
@@ -107,7 +107,7 @@ void CContainer::Reset(const char* text) {
 }
 
 void CContainer::Reset(const wchar_t* path) {
-    RefuseLoad(factory_);  // before the old content goes
+    RefuseLoad(factory_, "Reset");  // before the old content goes
     {
         std::shared_ptr<IBeanFactory> factory = factory_;
         Impl(factory).ResetFactory();

@@ -91,10 +91,16 @@ public:
     CMakingGuard(const CBeanFactoryImpl* factory, const char* name) : CRunningGuard(factory, ERunning::Making, name) {}
 };
 
-// Whether this thread is inside a frame of `factory`, of `kind` if given.
-bool Running(const CBeanFactoryImpl* factory, const ERunning* kind = nullptr) {
+// Whether this thread runs anything, or something of `kind`, for `factory`.
+bool Running(const CBeanFactoryImpl* factory) {
     for (const SRunning* frame = t_running; frame != nullptr; frame = frame->outer)
-        if (frame->factory == factory && (kind == nullptr || frame->kind == *kind)) return true;
+        if (frame->factory == factory) return true;
+    return false;
+}
+
+bool Running(const CBeanFactoryImpl* factory, ERunning kind) {
+    for (const SRunning* frame = t_running; frame != nullptr; frame = frame->outer)
+        if (frame->factory == factory && frame->kind == kind) return true;
     return false;
 }
 
@@ -247,8 +253,7 @@ BeanPair CBeanFactoryImpl::Fail(const char* name, const std::wstring& reason) {
     if (t_observedReason != nullptr) NoteObservedReason(reason);
     // A request made by the handler itself (a fallback) doesn't come back to
     // it with its own failures: that could recurse without end.
-    constexpr ERunning kHandler = ERunning::Handler;
-    if (failureHandler_ && !Running(this, &kHandler)) {
+    if (failureHandler_ && !Running(this, ERunning::Handler)) {
         try {
             // Called through a copy, so that it may replace or remove itself.
             BeanFailureHandler handler = failureHandler_;

@@ -1,5 +1,7 @@
 // Class libraries: loading and binding at the first need, maker symbols, the
 // local library, and this executable as a class library of its own.
+#include <sys/stat.h>
+
 #include "fixtures/common/recording_wrapper.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
@@ -120,8 +122,13 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
+    // What is no regular file is never opened: a FIFO would block the loader.
+    const std::string fifo = temp.Path("libfifo.so");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const std::pair<std::string, std::string> cases[] = {{notAModule, " (" + notAModule + ": "},
-                                                         {std::string(), " (empty path)"}};
+                                                         {std::string(), " (empty path)"},
+                                                         {fifo, " (not a regular file)"},
+                                                         {temp.Path(""), " (not a regular file)"}};
     for (const auto& [path, reason] : cases) {
         SCOPED_TRACE(path);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();

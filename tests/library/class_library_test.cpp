@@ -105,12 +105,38 @@ TEST_F(ClassLibraryTest, LocalMakersAndTheRunningProgram) {
 }
 
 // A module can register classes and type ids as it loads; a provides element
-// loads the bean's library first, so its type ids can be named.
-TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
-    std::string text = "<zem><library path='" + FixturePath("registering") +
+// loads the bean's library first, so its type ids can be named. Before that,
+// on every road, the host's policy is asked with the path as it will be
+// opened, and a library it refuses runs nothing.
+TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoadsIfThePolicyAllows) {
+    const std::string path = FixturePath("registering");
+    const std::string spelt = std::string(ZEM_FIXTURE_DIR) + "/./libregistering.so";
+    std::string text = "<zem><library path='" + path +
                        "'><beans><bean name='first' class='Registered'/><bean name='r' class='Registered' singleton='true'>"
                        "<provides><interface>IRegistered</interface></provides></bean></beans></library></zem>";
+    struct SDefaultPolicyAtEnd {
+        ~SDefaultPolicyAtEnd() { ZEM::SetLibraryPolicy(nullptr); }
+    } atEnd;
+    Lines asked;
+    ZEM::SetLibraryPolicy([&](const char* opened) {
+        asked.emplace_back(opened);
+        return false;
+    });
+    const std::wstring refused = ZEM::Widen("Library '" + path + "' is not allowed by the host");
+    EXPECT_EQ(MessageOf([&] { ZEM::CContainer(text.c_str()); }), refused);
+    const std::string lazy = "<zem><library path='" + path + "'><beans><bean name='first' class='Registered'/></beans>"
+                             "</library><library><beans><bean name='at' class='Registered@" + spelt + "'/></beans></library></zem>";
+    ZEM::CContainer refusing(lazy.c_str());
+    EXPECT_EQ(MessageOf([&] { refusing.Exists("first"); }), refused);
+    Failures failures(dynamic_cast<ZEM::CBeanFactoryImpl&>(refusing.Factory()));
+    EXPECT_FALSE(refusing.GetBean("at"));
+    EXPECT_EQ(failures.Take(), Lines{"at: Library '" + spelt + "' is not allowed by the host"});
+    EXPECT_EQ(asked, (Lines{path, path, spelt}));
+    EXPECT_TRUE(FixtureLog::Starting("loaded ").empty()) << "the library's initialiser ran";
+
+    ZEM::SetLibraryPolicy(nullptr);
     ZEM::CContainer container(text.c_str());
+    EXPECT_EQ(FixtureLog::Starting("loaded "), Lines{"loaded registering"});
     std::shared_ptr<ZEM::IObject> service = container.Factory().GetService("zem.test.IRegistered");
     ASSERT_TRUE(service);
     EXPECT_EQ(container.GetBean("r"), service);

@@ -1,8 +1,7 @@
 // Host and bean code that calls back into the factory that is running it: a
 // reset or a load from inside is refused with a clear error and the factory
 // stays whole; failure handlers may remove themselves and fall back on other
-// requests. Run under
-// AddressSanitizer, these also show that nothing is used after it has gone.
+// requests. Under AddressSanitizer, nothing is used after it has gone.
 #include <gtest/gtest.h>
 
 #include <functional>

@@ -1,5 +1,5 @@
-// Service registrations and the service operations of a store. None of this
-// takes the factory's lock: a host keeps registration and look-ups apart.
+// Service registrations and the service operations of a store. The factory
+// calls them under its lock.
 #include "library/service_registry.h"
 
 #include "container/bean_factory.h"

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 
+#include <cstring>
 #include <string>
 
 #include "platform/utf8.h"
@@ -43,16 +44,13 @@ std::wstring FullPath(const std::wstring& path) {
     return full;
 }
 
-// True if `path` names the running executable, however it is written:
-// separators, case and relative forms differ on Windows for one file.
-bool IsExecutable(const std::wstring& path) {
+// The running executable's own path, as the system has it; empty on failure.
+std::wstring OwnPath() {
     std::wstring self(MAX_PATH, L'\0');
     const DWORD length = ::GetModuleFileNameW(nullptr, self.data(), static_cast<DWORD>(self.size()));
-    if (length == 0 || length >= self.size()) return false;
+    if (length == 0 || length >= self.size()) return {};
     self.resize(length);
-    const std::wstring full = FullPath(path);
-    return ::CompareStringOrdinal(self.c_str(), static_cast<int>(self.size()), full.c_str(),
-                                  static_cast<int>(full.size()), TRUE) == CSTR_EQUAL;
+    return self;
 }
 
 // The system's text for an error code, in UTF-8, without its line end; the
@@ -74,13 +72,29 @@ std::string ErrorText(DWORD code, const char* path) {
 
 }  // namespace
 
+// Separators, case and relative forms differ on Windows for one file.
+bool IsRunningProgram(const char* path) {
+    if (path == nullptr || *path == '\0') return false;
+    const std::wstring self = OwnPath();
+    const std::wstring full = FullPath(WidePath(path));
+    return !self.empty() && ::CompareStringOrdinal(self.c_str(), static_cast<int>(self.size()), full.c_str(),
+                                                   static_cast<int>(full.size()), TRUE) == CSTR_EQUAL;
+}
+
+bool NamesNonRegularFile(const char* path) {
+    if (path == nullptr || std::strpbrk(path, "/\\") == nullptr) return false;
+    const DWORD attributes = ::GetFileAttributesW(WidePath(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) != 0;
+}
+
 void* LoadModule(const char* path, std::string* reason) {
     if (path == nullptr || *path == '\0') {
         if (reason != nullptr) *reason = "empty path";
         return nullptr;
     }
+    if (IsRunningProgram(path)) return ::GetModuleHandleW(nullptr);
     const std::wstring wide = WidePath(path);
-    if (IsExecutable(wide)) return ::GetModuleHandleW(nullptr);
     // A missing dependency is reported to the caller, never in a dialog box.
     DWORD previousMode = 0;
     const bool modeSet = ::SetThreadErrorMode(SEM_FAILCRITICALERRORS, &previousMode) != 0;

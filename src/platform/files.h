@@ -15,4 +15,12 @@ std::FILE* OpenFileForReading(const char* path);
 // in UTF-8; `path` as given if that fails.
 std::string CanonicalPath(const std::string& path);
 
+// True if `path` names a folder part (it holds a separator: '/', and on
+// Windows also '\\'); a bare name is the loader's to search.
+bool HasFolderPart(const char* path);
+
+// The absolute path with links, "." and ".." resolved, '/' between its parts;
+// empty if it can't be, `missing` then telling whether nothing is there.
+std::string ResolvedPath(const char* path, bool* missing = nullptr);
+
 }  // namespace ZEM::platform

@@ -4,6 +4,7 @@
 
 #include <stdio.h>
 
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -24,6 +25,20 @@ std::string CanonicalPath(const std::string& path) {
     std::string text;
     EncodeUtf8(wide.data(), wide.size(), text);
     return text;
+}
+
+bool HasFolderPart(const char* path) {
+    return path != nullptr && std::strpbrk(path, "/\\") != nullptr;
+}
+
+std::string ResolvedPath(const char* path, bool* missing) {
+    std::error_code error;
+    const std::filesystem::path resolved =
+        path != nullptr ? std::filesystem::canonical(WidePath(path), error) : std::filesystem::path();
+    if (missing != nullptr) *missing = path != nullptr && error == std::errc::no_such_file_or_directory;
+    if (path == nullptr || error) return {};
+    const std::u8string text = resolved.generic_u8string();
+    return std::string(text.begin(), text.end());
 }
 
 }  // namespace ZEM::platform

@@ -295,6 +295,7 @@ BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* lib
         } else {
             request.outcome = EBeanRequestOutcome::Failed;
             if (request.reason.empty()) request.reason = L"The request gave no object";
+            if (outer != nullptr) NoteObservedReason(request.reason);
         }
         observer->OnRequestEnd(request);
     } catch (...) {
@@ -310,20 +311,33 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
 
     std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(bean);
     std::shared_ptr<const IBeanWrapper> factoryWrapper;
+    SBeanType* factoryBean = nullptr;
     if (!bean.factoryBean.empty()) {
-        SBeanType* factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
+        factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
         if (factoryBean == nullptr) return Fail(name, Message(L"Factory bean '", bean.factoryBean, L"' not found"));
         factoryWrapper = GetClassWrapper(*factoryBean);
     }
     const std::shared_ptr<const IBeanWrapper>& creator = bean.factoryBean.empty() ? classWrapper : factoryWrapper;
     // A maker that gave no wrapper leaves nothing to call.
     if (!creator || !classWrapper) return Fail(name, Message(L"No wrapper for class '", bean.className, L"'"));
+    if (!bean.typesChecked) {
+        STypeCheck check =
+            CheckBeanTypes(bean, *creator, factoryBean != nullptr ? factoryBean->className : bean.className, *classWrapper);
+        if (!check.problems.empty()) bean.typeProblem = std::move(check.problems.front().message);
+        bean.referenceChecks = std::move(check.references);
+        bean.typesChecked = true;
+    }
+    if (!bean.typeProblem.empty()) return Fail(name, bean.typeProblem);
 
     std::shared_ptr<IObject> object;
     {
         // The argument values live until the object's shared pointer exists.
         CCallArguments arguments(bean.preparedArguments, this, types_.get(), bean.library,
                                  bean.argumentTypes.data());
+        if (!bean.referenceChecks.empty()) {
+            std::wstring wrong = WrongReference(bean, kWholeCall, arguments);
+            if (!wrong.empty()) return Fail(name, wrong);
+        }
         std::unique_ptr<IObject> made = creator->CreateInstance(bean.factoryMethod.c_str(), arguments.Count(),
                                                                 arguments.Values(), creator,
                                                                 bean.exitMethod.c_str(), dependencies);
@@ -338,10 +352,20 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
         if (!creator->Invoke(object.get(), "SetName", 1, &args)) return Fail(name, L"Method 'SetName' failed");
     }
     IType** propertyTypes = bean.argumentTypes.data() + bean.preparedArguments.size();
-    for (SProperty* property : bean.preparedProperties) {
-        if (!ApplyProperty(*property, this, object.get(), *classWrapper, types_.get(), bean.library, propertyTypes))
-            return Fail(name, Message(L"Property '", property->name, L"' failed"));
-        propertyTypes += property->arguments.size();
+    for (std::size_t p = 0; p < bean.preparedProperties.size(); ++p) {
+        const SProperty& property = *bean.preparedProperties[p];
+        bool applied;
+        if (bean.referenceChecks.empty()) {
+            applied = ApplyProperty(property, this, object.get(), *classWrapper, types_.get(), bean.library,
+                                    propertyTypes);
+        } else {
+            CCallArguments arguments(property.arguments, this, types_.get(), bean.library, propertyTypes);
+            std::wstring wrong = WrongReference(bean, p, arguments);
+            if (!wrong.empty()) return Fail(name, wrong);
+            applied = classWrapper->Invoke(object.get(), property.name.c_str(), arguments.Count(), arguments.Values());
+        }
+        if (!applied) return Fail(name, Message(L"Property '", property.name, L"' failed"));
+        propertyTypes += property.arguments.size();
     }
     // An init method that throws ends up in the request's catch, like any
     // other failure: the object ends with the unwinding.
@@ -356,8 +380,25 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     return {std::move(classWrapper), std::move(object)};
 }
 
+std::wstring CBeanFactoryImpl::WrongReference(const SBeanType& bean, std::size_t property, CCallArguments& arguments) {
+    const std::vector<void*>* values = arguments.Values();
+    for (const SReferenceCheck& check : bean.referenceChecks) {
+        if (check.property != property || values == nullptr || check.argument >= values->size()) continue;
+        const void* entry = (*values)[check.argument];
+        if (entry == nullptr) continue;  // a reference that found nothing
+        const auto& object = *static_cast<const std::shared_ptr<IObject>*>(entry);
+        if (!object || check.accepts(*object)) continue;
+        const SArgument& argument =
+            property == kWholeCall ? bean.arguments[check.argument] : bean.properties[property].arguments[check.argument];
+        const SBeanType* referenced =
+            argument.type == "bean" ? configuration_->GetBeanType(argument.value.c_str()) : nullptr;
+        return WrongClassMessage(bean, check, argument, referenced != nullptr ? referenced->className : "");
+    }
+    return {};
+}
+
 BeanPair CBeanFactoryImpl::FailToLoad(const char* name, const CLoadFailure& failure) noexcept {
-    if (!failureHandler_) return {};
+    if (!failureHandler_ && t_observedReason == nullptr) return {};
     try {
         return Fail(name, failure.GetMessageW() + L" (" + Widen(failure.Reason()) + L")");
     } catch (...) {
@@ -372,6 +413,22 @@ BeanPair CBeanFactoryImpl::FailQuietly(const char* name, const char* what) noexc
     } catch (...) {
         return {};
     }
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::Require(const char* name) {
+    if (name == nullptr) throw CException(L"No definition of bean ''");
+    std::wstring reason;
+    SBeanRequest note;
+    std::wstring* outer = std::exchange(t_observedReason, &reason);
+    BeanPair result = observed_.load(std::memory_order_relaxed) ? ObservedRequest(name, nullptr, 0)
+                                                                 : Serve(name, nullptr, 0, &note);
+    t_observedReason = outer;
+    if (result.second) return std::move(result.second);
+    // A request that ends before it makes anything says why in the note;
+    // every later failure went through Fail.
+    if (!note.reason.empty()) throw CException(note.reason);
+    if (!reason.empty()) throw CException(reason);
+    throw CException(Message(L"Bean '", name, L"' could not be made"));
 }
 
 std::vector<std::string> CurrentRequestChain() {

@@ -43,6 +43,10 @@ public:
     void ReleaseInstance(const std::shared_ptr<IObject>& instance) override;
     std::uint32_t GetServiceCount(const char* typeId) override;
 
+    // GetBean from outside any library that throws the reason a failure
+    // handler would be given instead of giving an empty pointer.
+    std::shared_ptr<IObject> Require(const char* name);
+
     // Makes or finds the bean; the empty pair on any failure, never throws.
     // `fromContainer` marks a request the container makes itself for a
     // dependency or a reference: such a request for a bean already being made
@@ -87,6 +91,10 @@ private:
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
+    // The message for the first referenced object among `arguments` (those of
+    // the constructor, or of property number `property`) that isn't of its
+    // parameter's class; empty if there is none.
+    std::wstring WrongReference(const SBeanType& bean, std::size_t property, CCallArguments& arguments);
     // Tells the failure handler why a request gives up; the empty pair.
     BeanPair Fail(const char* name, const std::wstring& reason);
     BeanPair FailQuietly(const char* name, const char* what) noexcept;

@@ -5,6 +5,8 @@
 #include "config/document_reader.h"
 #include "container/bean_factory.h"
 #include "container/process_objects.h"
+#include "foundation/string_convert.h"
+#include "types/type_check.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -92,6 +94,18 @@ void CContainer::Reset(const wchar_t* path) {
         Impl(factory).ResetFactory();
     }
     LoadFile(factory_, path);
+}
+
+std::shared_ptr<IObject> RequireBean(IBeanFactory& factory, const char* name) {
+    if (auto* impl = dynamic_cast<CBeanFactoryImpl*>(&factory)) return impl->Require(name);
+    std::shared_ptr<IObject> object = factory.GetBean(name, nullptr);
+    if (!object) throw CException(Message(L"Bean '", name != nullptr ? name : "", L"' could not be made"));
+    return object;
+}
+
+void ThrowNotA(const char* name, const std::type_info& type) {
+    throw CException(Widen("Bean '" + std::string(name != nullptr ? name : "") + "' is not a '" +
+                           ReadableClassName(type) + "'"));
 }
 
 }  // namespace ZEM

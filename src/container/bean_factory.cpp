@@ -431,6 +431,47 @@ std::shared_ptr<IObject> CBeanFactoryImpl::Require(const char* name) {
     throw CException(Message(L"Bean '", name, L"' could not be made"));
 }
 
+std::wstring CBeanFactoryImpl::VerifyBean(const char* name) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    // The wrapper that makes the objects of `bean`, and its class name.
+    auto creatorOf = [&](SBeanType& bean, std::shared_ptr<const IBeanWrapper>& creator) -> const std::string* {
+        if (bean.factoryBean.empty()) {
+            creator = GetClassWrapper(bean);
+            return &bean.className;
+        }
+        SBeanType* factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
+        if (factoryBean == nullptr) return nullptr;
+        creator = GetClassWrapper(*factoryBean);
+        return &factoryBean->className;
+    };
+    SBeanType* bean = configuration_->GetBeanType(name);
+    if (bean == nullptr) return Message(L"No definition of bean '", name, L"'");
+    std::shared_ptr<const IBeanWrapper> creator;
+    const std::string* creatorClass = creatorOf(*bean, creator);
+    if (creatorClass == nullptr) return Message(L"Factory bean '", bean->factoryBean, L"' not found");
+    std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(*bean);
+    if (!creator || !classWrapper) return Message(L"No wrapper for class '", bean->className, L"'");
+    const STypeCheck check = CheckBeanTypes(*bean, *creator, *creatorClass, *classWrapper);
+    if (!check.problems.empty()) return check.problems.front().message;
+    for (const SReferenceCheck& reference : check.references) {
+        const SArgument& argument = reference.property == kWholeCall
+                                        ? bean->arguments[reference.argument]
+                                        : bean->properties[reference.property].arguments[reference.argument];
+        if (argument.type != "bean") continue;
+        SBeanType* referenced = nullptr;
+        std::shared_ptr<const IBeanWrapper> referencedCreator;
+        try {
+            referenced = configuration_->GetBeanType(argument.value.c_str());
+            if (referenced != nullptr && creatorOf(*referenced, referencedCreator) == nullptr) continue;
+        } catch (...) {
+            continue;  // the referenced bean's own check tells what is wrong with it
+        }
+        if (referenced != nullptr && referencedCreator && MadeOfOtherClass(reference, *referenced, *referencedCreator))
+            return WrongClassMessage(*bean, reference, argument, referenced->className);
+    }
+    return {};
+}
+
 std::vector<std::string> CurrentRequestChain() {
     std::vector<std::string> chain;
     for (const SMaking& making : t_making) chain.emplace_back(making.name);

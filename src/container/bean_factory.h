@@ -47,6 +47,12 @@ public:
     // handler would be given instead of giving an empty pointer.
     std::shared_ptr<IObject> Require(const char* name);
 
+    // For tools: binds the bean's library and compares the bean with what its
+    // wrappers declare, referenced beans' classes included where they are
+    // known without making an object. The first problem, or empty. Throws
+    // what binding throws.
+    std::wstring VerifyBean(const char* name);
+
     // Makes or finds the bean; the empty pair on any failure, never throws.
     // `fromContainer` marks a request the container makes itself for a
     // dependency or a reference: such a request for a bean already being made

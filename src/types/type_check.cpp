@@ -159,6 +159,13 @@ STypeCheck CheckBeanTypes(const SBean& bean, const IBeanWrapper& creator, const 
     return check;
 }
 
+bool MadeOfOtherClass(const SReferenceCheck& check, const SBean& referenced, const IBeanWrapper& creator) {
+    const auto* typed = dynamic_cast<const ITypedWrapper*>(&creator);
+    if (typed == nullptr || check.catches == nullptr) return false;
+    const MadeClassThrower made = typed->MadeClass(referenced.factoryMethod.c_str(), referenced.arguments.size());
+    return made != nullptr && !check.catches(made);
+}
+
 std::wstring WrongClassMessage(const SBean& bean, const SReferenceCheck& check, const SArgument& argument,
                                const std::string& referencedClass) {
     std::string given = argument.type == "service" ? "Service '" + argument.value + "'"

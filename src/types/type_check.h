@@ -45,6 +45,10 @@ struct STypeCheck {
 STypeCheck CheckBeanTypes(const SBean& bean, const IBeanWrapper& creator, const std::string& creatorClass,
                           const IBeanWrapper& classWrapper);
 
+// Whether the objects that `creator` makes for the bean `referenced` are
+// known, without making one, not to be of the class `check` wants.
+bool MadeOfOtherClass(const SReferenceCheck& check, const SBean& referenced, const IBeanWrapper& creator);
+
 // "Bean 'a' of class 'x::A' given to argument 1 of bean 't' is not a 'x::B'",
 // or the same for a service, or for an argument of a property.
 std::wstring WrongClassMessage(const SBean& bean, const SReferenceCheck& check, const SArgument& argument,

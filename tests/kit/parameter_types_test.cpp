@@ -188,6 +188,40 @@ TEST(ParameterTypesTest, WrongCountsNameTheCountsThatExist) {
     }
 }
 
+// A wrapper of its own that doesn't declare parameters gets each value in the
+// type the document names, whatever its property declares: nothing compares.
+TEST(ParameterTypesTest, WrappersOutsideTheKitGetTheDocumentsType) {
+    static std::vector<std::int32_t> seen;
+    struct CRaw : ZEM::IObject {};
+    struct CRawWrapper : ZEM::IBeanWrapper {
+        const char* GetClassName() const override { return "raw::Raw"; }
+        std::unique_ptr<ZEM::IObject> CreateInstance(const char*, std::size_t count, std::vector<void*>* args,
+                                                     std::shared_ptr<const IBeanWrapper>, const char*,
+                                                     std::vector<std::shared_ptr<ZEM::IObject>>&) const override {
+            Read(count, args);
+            return std::make_unique<CRaw>();
+        }
+        bool Invoke(ZEM::IObject*, const char*, std::size_t count, std::vector<void*>* args) const override {
+            Read(count, args);
+            return true;
+        }
+        bool HasMethod(const char*, std::size_t) const override { return false; }
+        void GetArgumentTypes(const char*, std::size_t, std::vector<std::string>& types) const override {
+            types.assign(1, "double");
+        }
+        static void Read(std::size_t count, const std::vector<void*>* args) {
+            if (count == 1) seen.push_back(*static_cast<const std::int32_t*>((*args)[0]));
+        }
+    };
+    ZEM::GetLocalLibrary().RegisterWrapperMaker("create_raw_Raw_Wrapper",
+                                                [] { return static_cast<ZEM::IBeanWrapper*>(new CRawWrapper); });
+    ZEM::CContainer container(Document(Bean("r", "raw::Raw", "", ConstructorValues({{"int", "7"}}) +
+                                                                     Properties(Property("Size", Value("int", "9"))))).c_str());
+    ASSERT_NE(container.Require("r"), nullptr);
+    EXPECT_EQ(seen, (std::vector<std::int32_t>{7, 9}));
+    ZEM::GetLocalLibrary().UnregisterWrapperMaker("create_raw_Raw_Wrapper");
+}
+
 // Require gives the object, or throws why there is none: the reason a
 // failure handler gets, also with an observer installed, or the class the
 // object lacks.

@@ -86,8 +86,10 @@ bool CheckOne(const std::string& file, bool eager) {
     for (const SDroppedFailure& failure : failures)
         std::cout << file << ": eager beans: " << DescribeFailure(failure, index) << "\n";
     for (const std::string& problem : problems) std::cout << file << ": " << problem << "\n";
-    std::cout << file << ": " << failures.size() << " failures while making eager beans";
-    if (!problems.empty()) std::cout << ", " << problems.size() << " beans that can't be made";
+    std::cout << file << ": ";
+    if (!failures.empty()) std::cout << failures.size() << " failures while making eager beans";
+    if (!failures.empty() && !problems.empty()) std::cout << ", ";
+    if (!problems.empty()) std::cout << problems.size() << " beans that can't be made";
     std::cout << " " << summary << "\n";
     return false;
 }

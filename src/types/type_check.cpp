@@ -16,16 +16,35 @@ namespace ZEM {
 
 namespace {
 
-// The representation a type name stands for, by its name without blanks:
-// names of one row of the type table, and `long` beside `int` since both are
-// 32-bit signed here. Null for a name that isn't in the table.
+// The representation a type name stands for: the names of one row of the
+// type table, and `long` beside `int` since both are 32-bit signed here.
+// Blanks in the name don't count, as in the table's look-up. Null for a name
+// that isn't in the table.
 const char* Representation(std::string_view name) {
+    char key[16];  // the longest name without blanks has 13 characters
+    std::size_t length = 0;
+    for (char c : name) {
+        if (c == ' ') continue;
+        if (length == sizeof key) return nullptr;
+        key[length++] = c;
+    }
+    const std::string_view compact(key, length);
     struct SRow {
-        const char* name;
+        std::string_view name;
         const char* representation;
     };
     static constexpr SRow kRows[] = {
+        {"int", "int"},
+        {"double", "double"},
+        {"constchar*", "const char*"},
+        {"char*", "const char*"},
         {"bool", "bool"},
+        {"float", "float"},
+        {"int32_t", "int"},
+        {"long", "int"},
+        {"unsignedint", "unsigned int"},
+        {"uint32_t", "unsigned int"},
+        {"unsignedlong", "unsigned int"},
         {"char", "char"},
         {"int8_t", "int8_t"},
         {"unsignedchar", "unsigned char"},
@@ -34,30 +53,12 @@ const char* Representation(std::string_view name) {
         {"int16_t", "short"},
         {"unsignedshort", "unsigned short"},
         {"uint16_6", "unsigned short"},
-        {"int", "int"},
-        {"int32_t", "int"},
-        {"long", "int"},
-        {"unsignedint", "unsigned int"},
-        {"uint32_t", "unsigned int"},
-        {"unsignedlong", "unsigned int"},
-        {"float", "float"},
-        {"double", "double"},
-        {"char*", "const char*"},
-        {"constchar*", "const char*"},
         {"wchar_t*", "const wchar_t*"},
         {"constwchar_t*", "const wchar_t*"},
     };
     for (const SRow& row : kRows)
-        if (name == row.name) return row.representation;
+        if (compact == row.name) return row.representation;
     return nullptr;
-}
-
-std::string WithoutBlanks(std::string_view name) {
-    std::string key;
-    key.reserve(name.size());
-    for (char c : name)
-        if (c != ' ') key.push_back(c);
-    return key;
 }
 
 bool IsObjectKind(const std::string& type) { return type == "bean" || type == "service" || type == "nullptr"; }
@@ -96,13 +97,13 @@ void CompareArguments(const SBean& bean, std::size_t property, const std::vector
         const SArgument& argument = arguments[i];
         const SParameter& parameter = parameters[i];
         const bool objectParameter = std::strcmp(parameter.typeName, "nullptr") == 0;
-        const char* declared = objectParameter ? nullptr : Representation(WithoutBlanks(parameter.typeName));
+        const char* declared = objectParameter ? nullptr : Representation(parameter.typeName);
         if (!objectParameter && declared == nullptr) continue;  // a name this container doesn't know: no verdict
         bool fits;
         if (IsObjectKind(argument.type)) {
             fits = objectParameter;
         } else {
-            const char* given = Representation(WithoutBlanks(argument.type));
+            const char* given = Representation(argument.type);
             if (given == nullptr) {
                 check.problems.push_back({property, i, Message(L"Could not find type bean '", argument.type, L"'")});
                 continue;
@@ -125,7 +126,8 @@ void CompareArguments(const SBean& bean, std::size_t property, const std::vector
 STypeCheck CheckBeanTypes(const SBean& bean, const IBeanWrapper& creator, const std::string& creatorClass,
                           const IBeanWrapper& classWrapper) {
     STypeCheck check;
-    if (const auto* typed = dynamic_cast<const ITypedWrapper*>(&creator)) {
+    const auto* creatorTyped = dynamic_cast<const ITypedWrapper*>(&creator);
+    if (const auto* typed = creatorTyped) {
         std::vector<std::size_t> counts;
         const std::size_t count = bean.arguments.size();
         const std::vector<SParameter>* parameters =
@@ -142,7 +144,9 @@ STypeCheck CheckBeanTypes(const SBean& bean, const IBeanWrapper& creator, const 
             CompareArguments(bean, kWholeCall, bean.arguments, *parameters, creatorClass, check);
         }
     }
-    if (const auto* typed = dynamic_cast<const ITypedWrapper*>(&classWrapper)) {
+    // Most beans are made by their own class's wrapper: one look suffices.
+    const auto* typed = &classWrapper == &creator ? creatorTyped : dynamic_cast<const ITypedWrapper*>(&classWrapper);
+    if (typed != nullptr) {
         for (std::size_t p = 0; p < bean.properties.size(); ++p) {
             const SProperty& property = bean.properties[p];
             std::vector<std::size_t> counts;

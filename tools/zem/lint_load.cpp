@@ -96,7 +96,7 @@ SSpot SpotOf(const SBeanSpots* spots, std::size_t property, std::size_t argument
     return argument != ZEM::kWholeCall && argument < place.arguments.size() ? place.arguments[argument] : place.at;
 }
 
-// The wrapper made for one bean, and the class name it was made for.
+// The wrapper made for one bean, and the bean.
 struct SMadeWrapper {
     std::shared_ptr<ZEM::IBeanWrapper> wrapper;
     const ZEM::SBean* bean = nullptr;

@@ -321,8 +321,8 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     // A maker that gave no wrapper leaves nothing to call.
     if (!creator || !classWrapper) return Fail(name, Message(L"No wrapper for class '", bean.className, L"'"));
     if (!bean.typesChecked) {
-        STypeCheck check =
-            CheckBeanTypes(bean, *creator, factoryBean != nullptr ? factoryBean->className : bean.className, *classWrapper);
+        const std::string& creatorClass = factoryBean != nullptr ? factoryBean->className : bean.className;
+        STypeCheck check = CheckBeanTypes(bean, *creator, creatorClass, *classWrapper);
         if (!check.problems.empty()) bean.typeProblem = std::move(check.problems.front().message);
         bean.referenceChecks = std::move(check.references);
         bean.typesChecked = true;
@@ -388,8 +388,8 @@ std::wstring CBeanFactoryImpl::WrongReference(const SBeanType& bean, std::size_t
         if (entry == nullptr) continue;  // a reference that found nothing
         const auto& object = *static_cast<const std::shared_ptr<IObject>*>(entry);
         if (!object || check.accepts(*object)) continue;
-        const SArgument& argument =
-            property == kWholeCall ? bean.arguments[check.argument] : bean.properties[property].arguments[check.argument];
+        const std::vector<SArgument>& given = property == kWholeCall ? bean.arguments : bean.properties[property].arguments;
+        const SArgument& argument = given[check.argument];
         const SBeanType* referenced =
             argument.type == "bean" ? configuration_->GetBeanType(argument.value.c_str()) : nullptr;
         return WrongClassMessage(bean, check, argument, referenced != nullptr ? referenced->className : "");

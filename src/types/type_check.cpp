@@ -96,6 +96,7 @@ void CompareArguments(const SBean& bean, std::size_t property, const std::vector
     for (std::size_t i = 0; i < arguments.size() && i < parameters.size(); ++i) {
         const SArgument& argument = arguments[i];
         const SParameter& parameter = parameters[i];
+        if (parameter.typeName == nullptr) continue;
         const bool objectParameter = std::strcmp(parameter.typeName, "nullptr") == 0;
         const char* declared = objectParameter ? nullptr : Representation(parameter.typeName);
         if (!objectParameter && declared == nullptr) continue;  // a name this container doesn't know: no verdict
@@ -111,10 +112,10 @@ void CompareArguments(const SBean& bean, std::size_t property, const std::vector
             fits = !objectParameter && std::strcmp(given, declared) == 0;
         }
         if (!fits) {
-            check.problems.push_back(
-                {property, i,
-                 Widen("A" + Place(bean, property, i).substr(1) + " has type '" + argument.type + "', but class '" + className +
-                       "' takes '" + DeclaredName(parameter) + "'")});
+            std::string message = Place(bean, property, i) + " has type '" + argument.type + "', but class '" +
+                                  className + "' takes '" + DeclaredName(parameter) + "'";
+            message[0] = 'A';
+            check.problems.push_back({property, i, Widen(message)});
         } else if (argument.type != "nullptr" && objectParameter && parameter.accepts != nullptr) {
             check.references.push_back({property, i, parameter.objectClass, parameter.accepts, parameter.catches});
         }
@@ -133,9 +134,10 @@ STypeCheck CheckBeanTypes(const SBean& bean, const IBeanWrapper& creator, const 
         const std::vector<SParameter>* parameters =
             typed->FindParameters(true, bean.factoryMethod.c_str(), count, counts);
         if (parameters == nullptr) {
+            // Without factory-method the bean asks for the last component of its class name.
             const std::size_t colon = bean.className.rfind(':');
-            const bool constructor = bean.factoryBean.empty() &&
-                                     bean.factoryMethod == bean.className.substr(colon == std::string::npos ? 0 : colon + 1);
+            const std::string ownName = bean.className.substr(colon == std::string::npos ? 0 : colon + 1);
+            const bool constructor = bean.factoryBean.empty() && bean.factoryMethod == ownName;
             const std::string what = constructor ? "constructor" : "factory method '" + bean.factoryMethod + "'";
             check.problems.push_back({kWholeCall, kWholeCall,
                                       Widen("Class '" + creatorClass + "' has no " + what + " with " + Counted(count) +

@@ -177,7 +177,8 @@ TEST(ParameterTypesTest, WrongCountsNameTheCountsThatExist) {
          L"Class 'typed::Gadget' has no constructor with 4 arguments; it has ones with 0, 1 and 2"},
         {Bean("b", "typed::Gadget", "factory-method='Make'", ConstructorValues({{"int", "1"}, {"int", "1"}})),
          L"Class 'typed::Gadget' has no factory method 'Make' with 2 arguments; it has one with 1"},
-        {Bean("b", "typed::Gadget", "factory-method='Build'"), L"Class 'typed::Gadget' has no factory method 'Build' with 0 arguments"},
+        {Bean("b", "typed::Gadget", "factory-method='Build'"),
+         L"Class 'typed::Gadget' has no factory method 'Build' with 0 arguments"},
         {Bean("b", "typed::Gadget", "", Properties(Property("Resize", refs))),
          L"Class 'typed::Gadget' has no property 'Resize' with 3 arguments; it has ones with 1 and 2"},
     };
@@ -242,7 +243,8 @@ TEST(ParameterTypesTest, RequireThrowsTheReason) {
         EXPECT_NE(container.Require<CGadget>("g"), nullptr);
         EXPECT_EQ(MessageOf([&] { container.Require("nope"); }), L"No definition of bean 'nope'");
         EXPECT_EQ(MessageOf([&] { container.Require<CGadget>("m"); }), L"Bean 'm' is not a 'zem_test::CGadget'");
-        EXPECT_EQ(MessageOf([&] { container.Require("typo"); }), L"Class 'typed::Gadget' has no property 'Colour' with 1 argument");
+        EXPECT_EQ(MessageOf([&] { container.Require("typo"); }),
+                  L"Class 'typed::Gadget' has no property 'Colour' with 1 argument");
     }
 }
 

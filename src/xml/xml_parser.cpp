@@ -383,6 +383,8 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
     if (!IsDeclaration(node) && node->parent != nullptr) {
         state.error = XmlMissingEndTag;
         state.missingEndTag = state.cursor;
+        state.unclosed = node;
+        state.mismatchedEndTag.clear();
     }
     StorePendingText(state, state.cursor);
     return false;
@@ -518,6 +520,8 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         state.missingEndTag = cursor;
                         state.endTag = name.start;
                         state.endTagLength = static_cast<std::uint32_t>(name.length);
+                        state.unclosed = node;
+                        state.mismatchedEndTag.assign(name.start, name.length);
                     }
                     complete = true;
                     break;
@@ -551,6 +555,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
             if (state.endTagLength != 0) {
                 if (node->name == nullptr) {
                     state.error = XmlUnmatchedEndTag;
+                    state.unclosed = nullptr;
                     return false;
                 }
                 if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;

@@ -8,24 +8,16 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
+#include "platform/utf8.h"
 #include "xml/xml_content.h"
 #include "xml/xml_node_data.h"
 
 namespace ZEM {
 
-// Width in bytes of the character that a byte begins: 0 for the terminating
-// zero, 2 to 4 for the lead bytes of UTF-8, 1 for everything else. The parser
-// steps by this table, so the bytes of a multi-byte character are never taken
-// for delimiters.
-constexpr std::array<std::uint8_t, 256> MakeXmlCharWidths() {
-    std::array<std::uint8_t, 256> widths{};
-    for (int c = 1; c < 256; ++c) {
-        widths[c] = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 1;
-    }
-    return widths;
-}
-inline constexpr std::array<std::uint8_t, 256> kXmlCharWidth = MakeXmlCharWidths();
+// The parser steps through text by the width of each character's lead byte.
+inline constexpr const std::array<std::uint8_t, 256>& kXmlCharWidth = platform::kUtf8Width;
 
 // The character after the one at `p`; a truncated character at the end of the
 // text stops at the terminating zero instead of stepping over it.
@@ -49,6 +41,8 @@ struct SXmlParseState {
     const char* pendingText = nullptr;  // start of the text not yet stored; null if none
     const char* cursor = nullptr;       // the next byte to read
     const char* missingEndTag = nullptr;  // where an end tag was found missing
+    const SXmlNodeData* unclosed = nullptr;  // the element it was missing for
+    std::string mismatchedEndTag;            // the end tag found instead; empty at the end of the text
     std::uint32_t error = 0;
     const char* endTag = nullptr;       // an end tag's name, in the input, looking for its element
     std::uint32_t endTagLength = 0;     // 0 when no end tag is looking

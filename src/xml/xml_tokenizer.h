@@ -31,7 +31,8 @@ constexpr std::array<std::uint8_t, 256> MakeXmlClasses() {
     classes['<'] |= kXmlQuoteStop;
     classes['"'] |= kXmlQuoteStop;
     classes['\''] |= kXmlQuoteStop;
-    for (int c = 0xC2; c <= 0xF4; ++c) classes[c] = kXmlLead | kXmlQuoteStop;
+    for (int c = 0x80; c < 256; ++c)
+        if (platform::kUtf8Width[c] > 1) classes[c] = kXmlLead | kXmlQuoteStop;
     return classes;
 }
 

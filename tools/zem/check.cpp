@@ -35,6 +35,7 @@ bool CheckOne(const std::string& file, bool eager) {
         session.Load(file, eager);
     } catch (const ZEM::CException& error) {
         std::cout << file << ": " << FailureText(error) << "\n";
+        if (const std::string cause = ParseFailureLine(error, file); !cause.empty()) std::cout << cause << "\n";
         return false;
     }
     const std::vector<SDroppedFailure> failures = session.TakeFailures();

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 
 #include "cli.h"
 #include "grammar.h"
@@ -56,14 +57,17 @@ void CFindings::Warn(const SSpot& at, std::string message) {
 
 void CFindings::Error(const std::string& file, std::string message) { errors_.push_back(file + ": error: " + message); }
 
+void CFindings::ErrorLine(std::string line) { errors_.push_back(std::move(line)); }
+
 void CFindings::Print(const CSourceMap& map) const {
     for (const std::string& error : errors_) std::cout << error << "\n";
     std::vector<const SFinding*> sorted;
     for (const SFinding& finding : findings_) sorted.push_back(&finding);
-    auto fileRank = [&map](const SSourceFile* file) {
-        for (std::size_t i = 0; i < map.Files().size(); ++i)
-            if (map.Files()[i].get() == file) return i;
-        return map.Files().size();
+    std::unordered_map<const SSourceFile*, std::size_t> ranks;
+    for (std::size_t i = 0; i < map.Files().size(); ++i) ranks.emplace(map.Files()[i].get(), i);
+    auto fileRank = [&](const SSourceFile* file) {
+        const auto found = ranks.find(file);
+        return found != ranks.end() ? found->second : map.Files().size();
     };
     auto key = [&](const SFinding* f) { return std::make_tuple(fileRank(f->at.file), f->at.offset, f->sequence); };
     std::sort(sorted.begin(), sorted.end(), [&](const SFinding* a, const SFinding* b) { return key(a) < key(b); });
@@ -147,13 +151,13 @@ int RunLint(const Args& args) {
 
     CFindings findings;
     CSourceMap map;
-    map.Read(file);
     CSession session;
     bool loaded = true;
     try {
-        session.Load(file, false);
+        session.Load(file, false, {}, &map);
     } catch (const ZEM::CException& error) {
         findings.Error(file, Utf8(error.GetMessageW()));
+        if (const std::string cause = ParseFailureLine(error, file); !cause.empty()) findings.ErrorLine(cause);
         loaded = false;
     }
     LintGrammar(map, findings);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <set>
 #include <tuple>
 #include <unordered_map>
@@ -73,10 +74,15 @@ void CFindings::Print(const CSourceMap& map) const {
     std::sort(sorted.begin(), sorted.end(), [&](const SFinding* a, const SFinding* b) { return key(a) < key(b); });
     std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> told;
     const SSourceFile* main = map.MainFile();
+    std::optional<CLocator> locator;  // of the file whose findings are told now, in their order
     for (const SFinding* finding : sorted) {
         if (!told.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
         const SSourceFile* file = finding->at.file != nullptr ? finding->at.file : main;
-        const SLineColumn place = finding->at.file != nullptr ? file->Locate(finding->at.offset) : SLineColumn{};
+        SLineColumn place;
+        if (finding->at.file != nullptr) {
+            if (!locator || &locator->File() != file) locator.emplace(*file);
+            place = locator->Locate(finding->at.offset);
+        }
         std::cout << (file != nullptr ? file->path : std::string("-"));
         if (place.line > 0) std::cout << ":" << place.line << ":" << place.column;
         std::cout << ": warning: " << finding->message << "\n";

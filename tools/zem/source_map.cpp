@@ -21,7 +21,7 @@ bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 }  // namespace
 
-void IndexLines(SSourceFile& file) {
+void IndexLines(const SSourceFile& file) {
     file.lineStarts.assign(1, 0);
     const std::string& text = file.text;
     for (std::size_t i = 0; i < text.size();) {
@@ -32,13 +32,31 @@ void IndexLines(SSourceFile& file) {
 }
 
 SLineColumn SSourceFile::Locate(std::int32_t offset) const {
-    if (offset < 0 || lineStarts.empty()) return {};
+    if (offset < 0) return {};
+    if (lineStarts.empty()) IndexLines(*this);
     const auto after = std::upper_bound(lineStarts.begin(), lineStarts.end(), offset);
     const auto line = static_cast<int>(after - lineStarts.begin());
     std::size_t i = static_cast<std::size_t>(*(after - 1));
     int column = 1;
     for (; i < text.size() && i < static_cast<std::size_t>(offset); i += Width(text, i)) ++column;
     return {line, column};
+}
+
+SLineColumn CLocator::Locate(std::int32_t offset) {
+    if (offset < 0) return {};
+    if (file_.lineStarts.empty()) IndexLines(file_);
+    const auto after = std::upper_bound(file_.lineStarts.begin(), file_.lineStarts.end(), offset);
+    if (offset_ >= 0 && offset >= offset_ && *(after - 1) <= offset_) {
+        // On the line of the last place, and behind it: count on from there.
+        const std::string& text = file_.text;
+        for (auto i = static_cast<std::size_t>(offset_); i < text.size() && i < static_cast<std::size_t>(offset);
+             i += Width(text, i))
+            ++at_.column;
+    } else {
+        at_ = file_.Locate(offset);
+    }
+    offset_ = offset;
+    return at_;
 }
 
 void CSourceMap::Listen(ZEM::CReading& reading, bool fromInput) {
@@ -62,7 +80,6 @@ void CSourceMap::Add(std::uint32_t number, const std::wstring& path, const std::
     file->text = text;
     file->root = root;
     file->fromInput = fromInput_;
-    IndexLines(*file);
     byNumber_[number] = file.get();
     files_.push_back(std::move(file));
 }

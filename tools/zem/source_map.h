@@ -29,11 +29,27 @@ struct SSourceFile {
     std::string text;            // the text as the parser saw it, UTF-8
     ZEM::XMLNode root;           // the `zem` element
     bool fromInput = false;      // a document given as text: includes have no effect
-    std::vector<std::int32_t> lineStarts;
+    // Filled by IndexLines, or by the first Locate: most files are never asked.
+    mutable std::vector<std::int32_t> lineStarts;
 
     // Line and column of a byte offset into `text`, counted as the parser
     // counts them: a multi-byte character is one column.
     SLineColumn Locate(std::int32_t offset) const;
+};
+
+// Locate for offsets asked in rising order, as a sorted report asks: each
+// column is counted on from the one before on the same line, so that many
+// places on one long line cost one pass over it.
+class CLocator {
+public:
+    explicit CLocator(const SSourceFile& file) : file_(file) {}
+    const SSourceFile& File() const { return file_; }
+    SLineColumn Locate(std::int32_t offset);
+
+private:
+    const SSourceFile& file_;
+    std::int32_t offset_ = -1;  // the place asked last, and where it is
+    SLineColumn at_;
 };
 
 // A place in a file: the byte offset of an element's '<' or an attribute's name.
@@ -57,7 +73,7 @@ struct SBeanSpots {
 };
 
 // Fills `lineStarts` from `text`, stepping through it as the parser does.
-void IndexLines(SSourceFile& file);
+void IndexLines(const SSourceFile& file);
 
 class CSourceMap {
 public:

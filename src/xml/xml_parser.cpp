@@ -256,7 +256,8 @@ inline bool IsPlainStart(char c) { return kXmlClasses[static_cast<unsigned char>
 // Behind a '<': a byte that begins the name of a start tag, and no mark.
 constexpr std::array<bool, 256> MakeTagNameStarts() {
     std::array<bool, 256> starts{};
-    for (int c = 0; c < 256; ++c) starts[c] = kXmlClasses[c] == 0 && c != '!' && c != '?' && c != 'P';
+    for (int c = 0; c < 256; ++c)
+        starts[c] = kXmlClasses[c] == 0 && !kXmlClearSeconds[c] && c != static_cast<unsigned char>(kXmlDeclarationMark);
     return starts;
 }
 constexpr std::array<bool, 256> kTagNameStarts = MakeTagNameStarts();
@@ -391,15 +392,6 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
 }
 
 }  // namespace
-
-const SXmlClearMark kXmlClearMarks[4] = {
-    {"<![CDATA[", 9, "]]>"},
-    {"<!DOCTYPE", 9, ">"},
-    {"<!--", 4, "-->"},
-    {"<PRE>", 5, "</PRE>"},
-};
-
-const SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
 
 char* StoreName(const char* text, std::size_t length, SXmlParseState& state) {
     return StoreNameInline(text, length, state);

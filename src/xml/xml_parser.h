@@ -31,9 +31,27 @@ inline const char* XmlNextChar(const char* p) noexcept {
 
 // The clear marks, in the order in which they are tried.
 enum EXmlClearKind { XmlClearCdata, XmlClearDoctype, XmlClearComment, XmlClearPre };
-extern const SXmlClearMark kXmlClearMarks[4];
+inline constexpr SXmlClearMark kXmlClearMarks[4] = {
+    {"<![CDATA[", 9, "]]>"},
+    {"<!DOCTYPE", 9, ">"},
+    {"<!--", 4, "-->"},
+    {"<PRE>", 5, "</PRE>"},
+};
 // A DOCTYPE with an internal subset ends at "]>" instead of ">".
-extern const SXmlClearMark kXmlDoctypeSubsetMark;
+inline constexpr SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
+
+// The byte behind '<' that begins a declaration ("<?xml ...?>").
+inline constexpr char kXmlDeclarationMark = '?';
+
+// Bytes that, behind '<', may begin a clear mark: the second byte of each.
+// The tokeniser tries the marks only behind these, and the parser's fast
+// path for start tags takes none of them, nor the declaration's, for a name.
+constexpr std::array<bool, 256> MakeXmlClearSeconds() {
+    std::array<bool, 256> seconds{};
+    for (const SXmlClearMark& mark : kXmlClearMarks) seconds[static_cast<unsigned char>(mark.open[1])] = true;
+    return seconds;
+}
+inline constexpr std::array<bool, 256> kXmlClearSeconds = MakeXmlClearSeconds();
 
 struct SXmlParseState {
     const char* text = nullptr;         // the whole input

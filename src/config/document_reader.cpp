@@ -116,17 +116,17 @@ XMLNode ParseDocumentFile(const std::wstring& path, const std::string& fileSyste
         default: throw CException(L"File '" + path + L"' not found");
     }
     number = reading.ChargeFile(path, input.Size());
-    const auto size = static_cast<std::size_t>(input.Size());
-    std::unique_ptr<unsigned char, SBufferFree> buffer(static_cast<unsigned char*>(std::malloc(size + 4)));
-    if (buffer == nullptr) throw std::bad_alloc();
-    std::size_t read = 0;
-    if (!input.Read(buffer.get(), size, read)) throw CException(L"File '" + path + L"' not found");
 
     SXmlParseResult result;
     XMLNode root;
     std::string text;
     {
         CParseSpan span(reading);
+        const auto size = static_cast<std::size_t>(input.Size());
+        std::unique_ptr<unsigned char, SBufferFree> buffer(static_cast<unsigned char*>(std::malloc(size + 4)));
+        if (buffer == nullptr) throw std::bad_alloc();
+        std::size_t read = 0;
+        if (!input.Read(buffer.get(), size, read)) throw CException(L"File '" + path + L"' not found");
         root = ParseFileContent(buffer.get(), read, kRootName, &result, reading.onDocument ? &text : nullptr);
     }
     if (result.error == XmlOutOfMemory) throw std::bad_alloc();

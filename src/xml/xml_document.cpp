@@ -93,12 +93,15 @@ XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* resul
     return ParseText(text, std::strlen(text), rootName, result);
 }
 
-XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
-                  const char** stop) {
+namespace {
+
+XMLNode ParseTextWith(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
+                      const char** stop, bool tokensOnly) {
     if (stop != nullptr) *stop = nullptr;
     if (text == nullptr) return Fail(result, XmlNoInput);
 
     SXmlParseState state;
+    state.tokensOnly = tokensOnly;
     XMLNode current;
     try {
         XMLNode top = XMLNode::CreateNode(nullptr, nullptr, false);
@@ -147,6 +150,17 @@ XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SX
         }
     }
     return current;
+}
+
+}  // namespace
+
+XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
+                  const char** stop) {
+    return ParseTextWith(text, length, rootName, result, stop, false);
+}
+
+XMLNode ParseTextByTokens(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result) {
+    return ParseTextWith(text, length, rootName, result, nullptr, true);
 }
 
 }  // namespace ZEM

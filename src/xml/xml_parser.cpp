@@ -283,7 +283,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         // The usual attribute, name="value", and the usual ends, '>' and
         // "/>", read in one go: anything else goes the long way below, from
         // the same place.
-        if (!declaration) {
+        if (!declaration && !state.tokensOnly) {
             const char* p = cursor;
             while (IsXmlSpace(*p)) ++p;
             if (IsPlainStart(*p)) {
@@ -323,7 +323,8 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         // Expecting a name; most often a plain character begins it.
         const char* at = cursor;
         if (IsXmlSpace(*at)) ++at;
-        SXmlToken token = IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
+        SXmlToken token = !state.tokensOnly && IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1)
+                                                                  : NextXmlToken(cursor, textEnd);
         if (token.kind == TokenTagClose || token.kind == TokenShortClose) {
             state.pendingText = cursor;
             return token.kind == TokenTagClose ? StartTagOpen : StartTagClosed;
@@ -443,7 +444,10 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 state.pendingText = nullptr;  // only white space since the last tag: nothing to store
             }
             SXmlToken token;
-            if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
+            if (state.tokensOnly) {
+                cursor = at;
+                token = NextXmlToken(cursor, textEnd);
+            } else if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
                 // The usual: a start tag with its name right behind the '<'.
                 cursor = at + 1;
                 token = SXmlToken{TokenTagStart, at, 1, nullptr};
@@ -466,8 +470,9 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         return false;
                     }
                     at = cursor;
-                    const SXmlToken name =
-                        IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
+                    const SXmlToken name = !state.tokensOnly && IsPlainStart(*at)
+                                               ? ScanXmlText(cursor, textEnd, at, at + 1)
+                                               : NextXmlToken(cursor, textEnd);
                     state.cursor = cursor;
                     if (name.kind != TokenText) {
                         state.error = XmlMissingTagName;
@@ -491,7 +496,8 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                     }
                     // The usual: the open element's name as it was written, then '>'.
                     const std::size_t length = NameLength(node);
-                    if (length != 0 && static_cast<std::size_t>(textEnd - cursor) > length && cursor[length] == '>' &&
+                    if (!state.tokensOnly && length != 0 && static_cast<std::size_t>(textEnd - cursor) > length &&
+                        cursor[length] == '>' &&
                         node->name[length - 1] != '/' && XmlSameBytes(node->name, cursor, length)) {
                         cursor += length + 1;
                         state.cursor = cursor;

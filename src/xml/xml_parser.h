@@ -65,6 +65,9 @@ struct SXmlParseState {
     const char* endTag = nullptr;       // an end tag's name, in the input, looking for its element
     std::uint32_t endTagLength = 0;     // 0 when no end tag is looking
     bool atStart = false;               // the next ParseElement reads the top level
+    // Every token through NextXmlToken alone, none by the fast paths beside
+    // it: for the check that both read every input alike.
+    bool tokensOnly = false;
     int depth = 0;                      // elements open below the top node
     CXmlArena* arena = nullptr;         // where decoded strings go
     // A text that comments have been merged into grows geometrically, so that
@@ -105,5 +108,12 @@ char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state
 
 // Line and column (from 1; a multi-byte character is one column) of `target`.
 void XmlLocate(const char* text, const char* target, std::int32_t& line, std::int32_t& column) noexcept;
+
+struct SXmlParseResult;
+
+// ParseText with every token read by the tokeniser alone, the fast paths
+// off. The tree and the outcome must be those of ParseText; a fuzz target
+// holds the two against each other.
+XMLNode ParseTextByTokens(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result);
 
 }  // namespace ZEM

@@ -276,6 +276,8 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
 
 // The attributes of a start tag, up to its '>' (open) or '/>' (closed). The
 // cursor stays in a register here; the caller hands it back to the state.
+// kTokensOnly: every token through NextXmlToken (SXmlParseState::tokensOnly).
+template <bool kTokensOnly>
 [[gnu::always_inline]] inline EStartTag ReadStartTag(SXmlNodeData* node, SXmlParseState& state, const char*& cursor) {
     const char* const textEnd = state.end;
     const bool declaration = IsDeclaration(node);
@@ -283,7 +285,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         // The usual attribute, name="value", and the usual ends, '>' and
         // "/>", read in one go: anything else goes the long way below, from
         // the same place.
-        if (!declaration && !state.tokensOnly) {
+        if (!declaration && !kTokensOnly) {
             const char* p = cursor;
             while (IsXmlSpace(*p)) ++p;
             if (IsPlainStart(*p)) {
@@ -323,7 +325,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         // Expecting a name; most often a plain character begins it.
         const char* at = cursor;
         if (IsXmlSpace(*at)) ++at;
-        SXmlToken token = !state.tokensOnly && IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1)
+        SXmlToken token = !kTokensOnly && IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1)
                                                                   : NextXmlToken(cursor, textEnd);
         if (token.kind == TokenTagClose || token.kind == TokenShortClose) {
             state.pendingText = cursor;
@@ -404,6 +406,7 @@ char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state
 
 namespace {
 
+template <bool kTokensOnly>
 bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
     // One loop for the whole subtree: opening a child descends into it, and
     // an element that ends hands control back to its parent, which every
@@ -423,7 +426,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
             if (state.atStart) {
                 state.atStart = false;  // the top level: no start tag to read
             } else {
-                const EStartTag end = ReadStartTag(node, state, cursor);
+                const EStartTag end = ReadStartTag<kTokensOnly>(node, state, cursor);
                 state.cursor = cursor;
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
@@ -444,7 +447,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 state.pendingText = nullptr;  // only white space since the last tag: nothing to store
             }
             SXmlToken token;
-            if (state.tokensOnly) {
+            if (kTokensOnly) {
                 cursor = at;
                 token = NextXmlToken(cursor, textEnd);
             } else if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
@@ -470,7 +473,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         return false;
                     }
                     at = cursor;
-                    const SXmlToken name = !state.tokensOnly && IsPlainStart(*at)
+                    const SXmlToken name = !kTokensOnly && IsPlainStart(*at)
                                                ? ScanXmlText(cursor, textEnd, at, at + 1)
                                                : NextXmlToken(cursor, textEnd);
                     state.cursor = cursor;
@@ -496,7 +499,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                     }
                     // The usual: the open element's name as it was written, then '>'.
                     const std::size_t length = NameLength(node);
-                    if (!state.tokensOnly && length != 0 && static_cast<std::size_t>(textEnd - cursor) > length &&
+                    if (!kTokensOnly && length != 0 && static_cast<std::size_t>(textEnd - cursor) > length &&
                         cursor[length] == '>' &&
                         node->name[length - 1] != '/' && XmlSameBytes(node->name, cursor, length)) {
                         cursor += length + 1;
@@ -568,7 +571,8 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
 
 bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
     state.content.Begin(top);
-    const bool complete = ParseTree(top, state);
+    // The fast paths are compiled out of the reading by tokens alone.
+    const bool complete = state.tokensOnly ? ParseTree<true>(top, state) : ParseTree<false>(top, state);
     // Elements still open where the reading stopped keep what they hold.
     while (state.content.AnyOpen()) state.content.End(state.content.Innermost());
     return complete;

@@ -104,8 +104,12 @@ void CSourceMap::Attach(const ZEM::CConfigurationStore& store) {
                     place.arguments.push_back(SpotOf(argument.spot));
             }
             for (const ZEM::SSourceSpot& spot : bean.dependsOnSpots) spots.dependsOn.push_back(SpotOf(spot));
-            for (const std::string& typeId : bean.interfaces)
-                spots.interfaceNames.push_back(ZEM::LocalLibrary().ClassNameOf(typeId));
+            // A type id that no class registered is the class name as written
+            // (a library that was not loaded registers none).
+            for (const std::string& typeId : bean.interfaces) {
+                std::string name = ZEM::LocalLibrary().ClassNameOf(typeId);
+                spots.interfaceNames.push_back(name.empty() ? typeId : std::move(name));
+            }
         }
     }
 }

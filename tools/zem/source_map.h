@@ -69,7 +69,7 @@ struct SBeanSpots {
     std::vector<SSpot> arguments;
     std::vector<SPropertySpots> properties;
     std::vector<SSpot> dependsOn;
-    std::vector<std::string> interfaceNames;  // the class names the type ids were registered for
+    std::vector<std::string> interfaceNames;  // the class names the type ids were registered for, or the ids
 };
 
 // Fills `lineStarts` from `text`, stepping through it as the parser does.

@@ -80,6 +80,7 @@ CBeanFactoryImpl::CBeanFactoryImpl() { NewState(); }
 CBeanFactoryImpl::~CBeanFactoryImpl() {
     // Singletons first, in the map's order; bean code that ends here must not
     // call into this factory.
+    made_.Clear();
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -177,6 +178,7 @@ void CBeanFactoryImpl::CreateEagerBeans() {
 
 void CBeanFactoryImpl::ResetFactory() {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    made_.Clear();
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -348,9 +350,16 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     if (!bean.initMethod.empty() && !classWrapper->Invoke(object.get(), bean.initMethod.c_str(), 0, nullptr))
         return Fail(name, Message(L"Init method '", bean.initMethod, L"' failed"));
     if (bean.singleton) {
-        BeanPair& entry = instances_.FindOrInsert(name);
-        entry = BeanPair(classWrapper, object);
-        bean.singletonEntry = &entry;
+        auto& entry = instances_.FindOrInsertNode(name);
+        if (entry.value.second) {
+            // Bean code made the same singleton meanwhile, and this one takes
+            // its place.
+            made_.Replace(entry.value, BeanPair(classWrapper, object));
+        } else {
+            entry.value = BeanPair(classWrapper, object);
+            made_.Add(entry.key.c_str(), entry.value, bean);
+        }
+        bean.singletonEntry = &entry.value;
     }
     InstanceCensus().Add(name, object.get());
     return {std::move(classWrapper), std::move(object)};

@@ -1,6 +1,7 @@
 // CBeanFactoryImpl: the one implementation of IBeanFactory. It owns the
 // configuration store, the value types, one wrapper per class and the living
-// singletons, and it makes beans under its recursive lock.
+// singletons, and it makes beans under its recursive lock. A made singleton is
+// found without that lock (made_singletons.h), unless an observer watches.
 #pragma once
 
 #include <atomic>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "config/configuration.h"
+#include "container/made_singletons.h"
 #include "foundation/kt_map.h"
 #include "foundation/kt_string.h"
 #include "types/bean_type.h"
@@ -76,6 +78,8 @@ private:
         // The one cost of observation for a factory without an observer.
         const unsigned how = (fromContainer ? kFromContainer : 0u) | (withWrapper ? kWithWrapper : 0u);
         if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, how);
+        BeanPair found;
+        if (made_.Find(name, library, withWrapper, found)) return found;
         return Serve(name, library, how, nullptr);
     }
     // Request's flags in one word, so that Serve's arguments all travel in
@@ -98,6 +102,9 @@ private:
     std::unique_ptr<CTypeRegistry> types_;
     KtMap<KtStr, std::shared_ptr<const IBeanWrapper>> wrappers_;
     KtMap<KtStr, BeanPair> instances_;
+    // The entries of instances_ for requests that take no lock; cleared
+    // before instances_ is.
+    CMadeSingletons made_;
     BeanFailureHandler failureHandler_;
     // Set while an observer is installed; the observer itself is read under
     // the lock, so that one replaced meanwhile is never called.

@@ -1,7 +1,8 @@
 // CBeanFactoryImpl: the one implementation of IBeanFactory. It owns the
 // configuration store, the value types, one wrapper per class and the living
-// singletons, and it makes beans under its recursive lock. A made singleton is
-// found without that lock (made_singletons.h), unless an observer watches.
+// singletons, and it makes beans under its recursive lock. A made singleton,
+// unless an observer watches, and a service object that its registration
+// keeps are found without that lock (published_index.h).
 #pragma once
 
 #include <atomic>
@@ -13,7 +14,7 @@
 #include <vector>
 
 #include "config/configuration.h"
-#include "container/made_singletons.h"
+#include "container/published_index.h"
 #include "foundation/kt_map.h"
 #include "foundation/kt_string.h"
 #include "types/bean_type.h"
@@ -79,7 +80,11 @@ private:
         const unsigned how = (fromContainer ? kFromContainer : 0u) | (withWrapper ? kWithWrapper : 0u);
         if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, how);
         BeanPair found;
-        if (made_.Find(name, library, withWrapper, found)) return found;
+        if (made_.Find(name, 0, library, [&](const BeanPair& stored) {
+                if (withWrapper) found.first = stored.first;
+                found.second = stored.second;
+            }))
+            return found;
         return Serve(name, library, how, nullptr);
     }
     // Request's flags in one word, so that Serve's arguments all travel in
@@ -91,6 +96,7 @@ private:
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
+    std::shared_ptr<IObject> LockedService(const char* typeId, std::uint32_t position, bool first);
     // Tells the failure handler why a request gives up; the empty pair.
     BeanPair Fail(const char* name, const std::wstring& reason);
     BeanPair FailQuietly(const char* name, const char* what) noexcept;
@@ -104,7 +110,10 @@ private:
     KtMap<KtStr, BeanPair> instances_;
     // The entries of instances_ for requests that take no lock; cleared
     // before instances_ is.
-    CMadeSingletons made_;
+    CPublishedIndex<BeanPair> made_;
+    // The objects that service registrations keep, by type id and position;
+    // cleared before any list of registrations changes.
+    CPublishedIndex<std::shared_ptr<IObject>> services_;
     BeanFailureHandler failureHandler_;
     // Set while an observer is installed; the observer itself is read under
     // the lock, so that one replaced meanwhile is never called.

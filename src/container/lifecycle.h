@@ -2,7 +2,9 @@
 // the process-wide census of living objects by bean name.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <mutex>
 #include <string>
 
@@ -61,6 +63,32 @@ CInstanceCensus& InstanceCensus();
 // an object may end long after its factory.
 struct SDeleter {
     void operator()(IObject* object) const noexcept;
+};
+
+// Gives the reference counts of a singleton's shared pointer a cache line of
+// their own: threads that copy different singletons then don't write to one
+// line, as they would for counts that the heap happened to put side by side.
+template <class T>
+struct SLineAllocator {
+    using value_type = T;
+    static constexpr std::size_t kLine = 64;
+
+    SLineAllocator() = default;
+    template <class U>
+    SLineAllocator(const SLineAllocator<U>&) noexcept {}
+
+    T* allocate(std::size_t count) {
+        return static_cast<T*>(::operator new(Lines(count), std::align_val_t(kLine)));
+    }
+    void deallocate(T* block, std::size_t count) noexcept {
+        ::operator delete(block, Lines(count), std::align_val_t(kLine));
+    }
+    static std::size_t Lines(std::size_t count) { return (count * sizeof(T) + kLine - 1) / kLine * kLine; }
+
+    template <class U>
+    bool operator==(const SLineAllocator<U>&) const noexcept {
+        return true;
+    }
 };
 
 }  // namespace ZEM

@@ -79,17 +79,19 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore) << "every object made has ended";
 }
 
-// Readers find made singletons while one thread resets and reloads their
-// factory, one makes new objects of it (each with a reference that finds a
-// singleton), and one replaces a second factory, so that each of those ends on
-// whichever thread lets go of it last. Under ThreadSanitizer this is the test
-// of the lock-free way against everything that frees what it reads.
+// Readers find made singletons, and the service one of them provides, while
+// one thread resets and reloads their factory, one makes new objects of it
+// (each with a reference that finds a singleton), and one replaces a second
+// factory, so that each of those ends on whichever thread lets go of it last.
+// Under ThreadSanitizer this is the test of the lock-free way against all
+// that frees what it reads.
 TEST_F(ConcurrencyTest, ReadersMeetResetEndAndMaking) {
     FixtureLog::Enable(false);
     const std::size_t livingBefore = FixtureLog::LivingObjects();
     auto load = [](ZEM::CBeanFactoryImpl& factory) {
         Load(factory, {{RecordingLibrary(),
-                        {Bean("r.widget", "Widget").Singleton().Eager(), Bean("r.peer", "Peer").Singleton().Eager(),
+                        {Bean("r.widget", "Widget").Singleton().Eager().Provides("r.I"),
+                         Bean("r.peer", "Peer").Singleton().Eager(),
                          Bean("r.gadget", "Gadget").Method("make(obj)").Arg("bean", "r.widget")}}});
     };
     load(*factory_);
@@ -115,6 +117,7 @@ TEST_F(ConcurrencyTest, ReadersMeetResetEndAndMaking) {
                 for (ZEM::CBeanFactoryImpl* factory : {factory_.get(), other.get()}) {
                     if (check(factory->GetBean("r.widget", nullptr), "Widget")) ++found;
                     check(factory->GetBean("r.peer", nullptr), "Peer");
+                    check(factory->GetService("r.I"), "Widget");
                 }
             }
         });

@@ -202,6 +202,7 @@ TEST_F(BeanCreationTest, ASingletonAskedForByItsOwnConstructor) {
     ZEM::CContainer container("<zem><library><beans><bean name='echo' class='zem_test::Echo' singleton='true'/>"
                               "</beans></library></zem>");
     SEcho::factory = &container.Factory();
+    SEcho::made = 0;
     auto outer = container.GetBean<SEcho>("echo");
     ASSERT_TRUE(outer && outer->inner);
     EXPECT_NE(outer, outer->inner);

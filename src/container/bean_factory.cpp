@@ -105,24 +105,23 @@ std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId, std::u
     std::shared_ptr<IObject> found;
     if (typeId != nullptr && services_.Find(typeId, index, nullptr, [&](const auto& kept) { found = kept; }))
         return found;
-    return LockedService(typeId, index, false);
+    return LockedService(typeId, index);
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId) {
     std::shared_ptr<IObject> found;
     if (typeId != nullptr && services_.Find(typeId, 0, nullptr, [&](const auto& kept) { found = kept; }))
         return found;
-    return LockedService(typeId, 0, true);
+    return LockedService(typeId, 0);
 }
 
-std::shared_ptr<IObject> CBeanFactoryImpl::LockedService(const char* typeId, std::uint32_t position, bool first) {
+std::shared_ptr<IObject> CBeanFactoryImpl::LockedService(const char* typeId, std::uint32_t position) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
-    std::shared_ptr<IObject> found =
-        first ? configuration_->GetService(typeId) : configuration_->GetService(typeId, position);
+    std::shared_ptr<IObject> found = configuration_->GetService(typeId, position);
     // A registration that keeps its object (an instance, or a singleton
-    // maker's once made) gives that object until the lists change.
-    // The maker may have run bean code that changed the lists: what stands
-    // at the position now is looked at afresh.
+    // maker's once made) gives that object until the lists change. The maker
+    // may have run bean code that changed them: what stands at the position
+    // now is looked at afresh.
     const ServiceList* list = found ? configuration_->Store().services.Find(typeId) : nullptr;
     if (list != nullptr && list->size() > position) {
         const std::shared_ptr<IObject>& kept = (*std::next(list->begin(), position))->Instance();

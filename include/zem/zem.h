@@ -8,4 +8,5 @@
 #include "zem/export.h"
 #include "zem/library.h"
 #include "zem/object.h"
+#include "zem/policy.h"
 #include "zem/services.h"

@@ -13,7 +13,7 @@ endif()
 
 # "words typed|expected offers"
 set(cases "zem ex|explain" "zem help l|list lint" "zem check --n|--no-eager" "zem xml --r|--root"
-          "zem xml --root |" "zem lint a.xml --|--help --load")
+          "zem xml --root |" "zem lint a.xml --|--help --load --allow")
 foreach(case ${cases})
   string(REPLACE "|" ";" case "${case}")
   list(GET case 0 words)

@@ -6,6 +6,7 @@
 #include "bean_index.h"
 #include "cli.h"
 #include "foundation/string_convert.h"
+#include "library_policy.h"
 #include "session.h"
 #include "verbs.h"
 #include "zem/exception.h"
@@ -15,7 +16,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem check [--no-eager] FILE...\n"
+    "usage: zem check [--no-eager] [--allow DIR]... FILE...\n"
     "\n"
     "Loads each FILE into a private container as a host does: its includes,\n"
     "the class libraries it needs, and its eager beans. Prints\n"
@@ -26,7 +27,9 @@ constexpr const char* kHelp =
     "failure on a line of its own and counts it as an error.\n"
     "\n"
     "options:\n"
-    "  --no-eager   read and merge only, make no eager beans\n";
+    "  --no-eager   read and merge only, make no eager beans\n"
+    "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
+    "               without it, from wherever the document says\n";
 
 bool CheckOne(const std::string& file, bool eager) {
     CSession session;
@@ -57,9 +60,10 @@ bool CheckOne(const std::string& file, bool eager) {
 
 int RunCheck(const Args& args) {
     const std::optional<SParsedArgs> command =
-        ParseCommand(args, {{"--no-eager", false}}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
+        ParseCommand(args, {{"--no-eager", false}, kAllowOption}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    ApplyAllowOption(parsed);
     bool allWell = true;
     for (const std::string& file : parsed.operands) allWell = CheckOne(file, !parsed.Has("--no-eager")) && allWell;
     return allWell ? kExitOk : kExitFinding;

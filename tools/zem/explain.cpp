@@ -9,6 +9,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "library_policy.h"
 #include "session.h"
 #include "verbs.h"
 
@@ -17,7 +18,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem explain [--no-eager] FILE NAME\n"
+    "usage: zem explain [--no-eager] [--allow DIR]... FILE NAME\n"
     "\n"
     "Loads FILE as a host does, then requests the bean NAME from outside any\n"
     "library, as a host's GetBean does. If that gives an object:\n"
@@ -35,7 +36,9 @@ constexpr const char* kHelp =
     "for a path without a '/', a line \"hint:\" says where the loader looks.\n"
     "\n"
     "options:\n"
-    "  --no-eager   make no eager beans before the request\n";
+    "  --no-eager   make no eager beans before the request\n"
+    "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
+    "               without it, from wherever the document says\n";
 
 // The failures not told on the first line, in the order they happened.
 void PrintOthers(const std::vector<SDroppedFailure>& failures, std::initializer_list<std::size_t> told,
@@ -74,9 +77,10 @@ std::string CycleThrough(const CBeanIndex& index, std::size_t entry) {
 }  // namespace
 
 int RunExplain(const Args& args) {
-    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--no-eager", false}}, kHelp, 2, 2, "FILE and NAME");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--no-eager", false}, kAllowOption}, kHelp, 2, 2, "FILE and NAME");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    ApplyAllowOption(parsed);
     const std::string& file = parsed.operands[0];
     const std::string& name = parsed.operands[1];
 

@@ -98,11 +98,11 @@ private:
     // `note`, when given, learns the definition's kind and a found singleton.
     BeanPair Serve(const char* name, const SLibrary* library, unsigned how, SBeanRequest* note) noexcept;
     BeanPair ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept;
+    // A service the locked way; what its registration keeps goes into services_.
+    std::shared_ptr<IObject> LockedService(const char* typeId, std::uint32_t position);
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
-    // A service the locked way; what its registration keeps goes into services_.
-    std::shared_ptr<IObject> LockedService(const char* typeId, std::uint32_t position);
     // Tells the failure handler why a request gives up; the empty pair.
     BeanPair Fail(const char* name, const std::wstring& reason);
     BeanPair FailQuietly(const char* name, const char* what) noexcept;

@@ -22,7 +22,9 @@ constexpr const char* kHelp =
     "the class libraries it needs, and its eager beans. Prints\n"
     "  FILE: ok (N beans in M libraries, K services)\n"
     "or FILE: followed by the library's own message (for a class library that\n"
-    "can't be loaded, the loader's reason follows it). A bean request that fails\n"
+    "can't be loaded, the loader's reason follows it; for a document that isn't\n"
+    "well-formed, a second line FILE:LINE:COLUMN: error: CAUSE says what the\n"
+    "parser found there). A bean request that fails\n"
     "while eager beans are made gives a host no word; check prints each such\n"
     "failure on a line of its own and counts it as an error.\n"
     "\n"
@@ -38,6 +40,7 @@ bool CheckOne(const std::string& file, bool eager) {
         session.Load(file, eager);
     } catch (const ZEM::CException& error) {
         std::cout << file << ": " << FailureText(error) << "\n";
+        if (const std::string cause = ParseFailureLine(error, file); !cause.empty()) std::cout << cause << "\n";
         return false;
     }
     const std::vector<SDroppedFailure> failures = session.TakeFailures();

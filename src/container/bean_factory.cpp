@@ -10,6 +10,7 @@
 
 #include "container/lifecycle.h"
 #include "library/library.h"
+#include "library/service_registry.h"
 #include "foundation/string_convert.h"
 #include "platform/stack.h"
 #include "zem/exception.h"
@@ -119,6 +120,8 @@ CBeanFactoryImpl::~CBeanFactoryImpl() {
     // Singletons first, in the map's order; bean code that ends here must not
     // call into this factory.
     CRunningGuard running(this, ERunning::Code);
+    made_.Clear();
+    services_.Clear();
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -139,15 +142,33 @@ bool CBeanFactoryImpl::Exists(const char* name) {
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId, std::uint32_t index) {
-    std::lock_guard<std::recursive_mutex> guard(lock_);
-    CRunningGuard running(this, ERunning::Code);  // the registration's maker
-    return configuration_->GetService(typeId, index);
+    std::shared_ptr<IObject> found;
+    if (typeId != nullptr && services_.Find(typeId, index, nullptr, [&](const auto& kept) { found = kept; }))
+        return found;
+    return LockedService(typeId, index);
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId) {
+    std::shared_ptr<IObject> found;
+    if (typeId != nullptr && services_.Find(typeId, 0, nullptr, [&](const auto& kept) { found = kept; }))
+        return found;
+    return LockedService(typeId, 0);
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::LockedService(const char* typeId, std::uint32_t position) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
-    CRunningGuard running(this, ERunning::Code);
-    return configuration_->GetService(typeId);
+    CRunningGuard running(this, ERunning::Code);  // the registration's maker
+    std::shared_ptr<IObject> found = configuration_->GetService(typeId, position);
+    // A registration that keeps its object (an instance, or a singleton
+    // maker's once made) gives that object until the lists change. The maker
+    // may have run bean code that changed them: what stands at the position
+    // now is looked at afresh.
+    const ServiceList* list = found ? configuration_->Store().services.Find(typeId) : nullptr;
+    if (list != nullptr && list->size() > position) {
+        const std::shared_ptr<IObject>& kept = (*std::next(list->begin(), position))->Instance();
+        if (kept == found) services_.Add(typeId, position, kept, nullptr);
+    }
+    return found;
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetBean(const char* name, const SLibrary* library) {
@@ -167,6 +188,7 @@ std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
     const char* typeId, bool atFront, std::function<std::unique_ptr<IObject>()>&& maker,
     std::shared_ptr<ITypeRegistration> registration) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    services_.Clear();
     return configuration_->RegisterService(typeId, atFront, std::move(maker), std::move(registration));
 }
 
@@ -174,12 +196,14 @@ std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
     const char* typeId, bool atFront, std::shared_ptr<IObject> instance,
     std::shared_ptr<ITypeRegistration> registration) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    services_.Clear();
     return configuration_->RegisterService(typeId, atFront, std::move(instance), std::move(registration));
 }
 
 void CBeanFactoryImpl::ReleaseInstance(const std::shared_ptr<IObject>& instance) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
     CRunningGuard running(this, ERunning::Code);  // a last share ends the object: its release function
+    services_.Clear();
     configuration_->ReleaseInstance(instance);
 }
 
@@ -191,6 +215,7 @@ std::uint32_t CBeanFactoryImpl::GetServiceCount(const char* typeId) {
 
 void CBeanFactoryImpl::LoadConfiguration(CConfiguration& configuration) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    services_.Clear();
     configuration_->MergeConfiguration(configuration);
 }
 
@@ -229,6 +254,8 @@ void CBeanFactoryImpl::ResetFactory() {
     RefuseFromOwnCode("Reset");
     std::lock_guard<std::recursive_mutex> guard(lock_);
     CRunningGuard running(this, ERunning::Code);  // destructors and release functions
+    made_.Clear();
+    services_.Clear();
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -412,7 +439,10 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
         std::unique_ptr<IObject> made = creator->CreateInstance(bean.factoryMethod.c_str(), arguments.Count(),
                                                                 arguments.Values(), creator,
                                                                 bean.exitMethod.c_str(), dependencies);
-        object = std::shared_ptr<IObject>(made.release(), SDeleter());
+        if (bean.singleton)
+            object = std::shared_ptr<IObject>(made.release(), SDeleter(), SLineAllocator<IObject>());
+        else
+            object = std::shared_ptr<IObject>(made.release(), SDeleter());
         arguments.Release();
     }
     if (!object) return Fail(name, Message(L"Factory method '", bean.factoryMethod, L"' made no object"));
@@ -443,9 +473,19 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
     if (!bean.initMethod.empty() && !classWrapper->Invoke(object.get(), bean.initMethod.c_str(), 0, nullptr))
         return Fail(name, Message(L"Init method '", bean.initMethod, L"' failed"));
     if (bean.singleton) {
-        BeanPair& entry = instances_.FindOrInsert(name);
-        entry = BeanPair(classWrapper, object);
-        bean.singletonEntry = &entry;
+        auto& entry = instances_.FindOrInsertNode(name);
+        if (entry.value.second) {
+            // Bean code made the same singleton meanwhile, and this one takes
+            // its place.
+            made_.Replace(entry.value, BeanPair(classWrapper, object));
+        } else {
+            entry.value = BeanPair(classWrapper, object);
+            // A bean that isn't exported is seen by requests of its own
+            // library alone, and by none if it has no library.
+            if (bean.exported || bean.library != nullptr)
+                made_.Add(name, 0, entry.value, bean.exported ? nullptr : &bean.library->path);
+        }
+        bean.singletonEntry = &entry.value;
     }
     InstanceCensus().Add(name, object.get());
     return {std::move(classWrapper), std::move(object)};

@@ -1,6 +1,8 @@
 // CBeanFactoryImpl: the one implementation of IBeanFactory. It owns the
 // configuration store, the value types, one wrapper per class and the living
-// singletons, and it makes beans under its recursive lock.
+// singletons, and it makes beans under its recursive lock. A made singleton,
+// unless an observer watches, and a service object that its registration
+// keeps are found without that lock (published_index.h).
 #pragma once
 
 #include <atomic>
@@ -12,6 +14,7 @@
 #include <vector>
 
 #include "config/configuration.h"
+#include "container/published_index.h"
 #include "foundation/kt_map.h"
 #include "foundation/kt_string.h"
 #include "types/bean_type.h"
@@ -96,6 +99,12 @@ private:
         // The one cost of observation for a factory without an observer.
         const unsigned how = (fromContainer ? kFromContainer : 0u) | (withWrapper ? kWithWrapper : 0u);
         if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, how);
+        BeanPair found;
+        if (made_.Find(name, 0, library, [&](const BeanPair& stored) {
+                if (withWrapper) found.first = stored.first;
+                found.second = stored.second;
+            }))
+            return found;
         return Serve(name, library, how, nullptr);
     }
     // Request's flags in one word, so that Serve's arguments all travel in
@@ -104,6 +113,8 @@ private:
     // `note`, when given, learns the definition's kind and a found singleton.
     BeanPair Serve(const char* name, const SLibrary* library, unsigned how, SBeanRequest* note) noexcept;
     BeanPair ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept;
+    // A service the locked way; what its registration keeps goes into services_.
+    std::shared_ptr<IObject> LockedService(const char* typeId, std::uint32_t position);
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
@@ -123,6 +134,12 @@ private:
     std::unique_ptr<CTypeRegistry> types_;
     KtMap<KtStr, std::shared_ptr<const IBeanWrapper>> wrappers_;
     KtMap<KtStr, BeanPair> instances_;
+    // The entries of instances_ for requests that take no lock; cleared
+    // before instances_ is.
+    CPublishedIndex<BeanPair> made_;
+    // The objects that service registrations keep, by type id and position;
+    // cleared before any list of registrations changes.
+    CPublishedIndex<std::shared_ptr<IObject>> services_;
     BeanFailureHandler failureHandler_;
     // Set while an observer is installed; the observer itself is read under
     // the lock, so that one replaced meanwhile is never called.

@@ -2,7 +2,10 @@
 // recursive lock plus one hash look-up of the name, the same singleton seen
 // by an idle request observer, and a non-singleton with
 // two constructor arguments (an int and a reference to a singleton) and one
-// string property, with the conversion of each argument measured on its own.
+// string property, with the conversion of each argument measured on its own;
+// the same non-singleton of classes bound with the kit, whose declared
+// parameters the container compares at the first request and whose
+// reference it checks at each.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -15,6 +18,7 @@
 #include "library/library.h"
 #include "platform/module.h"
 #include "types/bean_type.h"
+#include "zem/class.h"
 #include "zem/zem.h"
 
 namespace {
@@ -66,6 +70,22 @@ public:
     }
 };
 
+class KitEngine : public IObject {};
+class KitCar : public IObject {
+public:
+    KitCar(int wheels, std::shared_ptr<KitEngine> engine) : wheels_(wheels), engine_(std::move(engine)) {}
+    void SetLabel(const char* label) { label_ = label; }
+
+private:
+    int wheels_;
+    std::shared_ptr<KitEngine> engine_;
+    std::string label_;
+};
+CClass<KitEngine> BindKitEngine() { return CClass<KitEngine>().Constructor<>(); }
+CClass<KitCar> BindKitCar() {
+    return CClass<KitCar>().Constructor<int, std::shared_ptr<KitEngine>>().Property("Label", &KitCar::SetLabel);
+}
+
 IBeanWrapper* MakeEngine() { return new EngineWrapper; }
 IBeanWrapper* MakeCar() { return new CarWrapper; }
 
@@ -87,6 +107,15 @@ std::shared_ptr<CBeanFactoryImpl> MakeFactory() {
     car.factoryMethod = "BenchCar";
     car.arguments = {{"int", "4"}, {"bean", "engine"}};
     car.properties = {{"Label", {{"const char*", "family"}}}};
+    library->beans.push_back(car);
+    RegisterClass<&BindKitEngine>("BenchKitEngine");
+    RegisterClass<&BindKitCar>("BenchKitCar");
+    engine.name = "kitEngine";
+    engine.className = engine.factoryMethod = "BenchKitEngine";
+    library->beans.push_back(engine);
+    car.name = "kitCar";
+    car.className = car.factoryMethod = "BenchKitCar";
+    car.arguments[1].value = "kitEngine";
     library->beans.push_back(car);
     factory->LoadConfiguration(configuration);
     return factory;
@@ -135,6 +164,13 @@ void BM_GetBean_NonSingleton(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(factory->GetBean("car", nullptr));
 }
 BENCHMARK(BM_GetBean_NonSingleton);
+
+void BM_GetBean_NonSingleton_Kit(benchmark::State& state) {
+    auto factory = MakeFactory();
+    if (!factory->GetBean("kitCar", nullptr)) state.SkipWithError("no kit car");
+    for (auto _ : state) benchmark::DoNotOptimize(factory->GetBean("kitCar", nullptr));
+}
+BENCHMARK(BM_GetBean_NonSingleton_Kit);
 
 // The conversion of each argument of the car on its own, as a request after
 // the first pays it: the argument's type is known, its value made anew.

@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 #include <typeinfo>
 
 #include "zem/bean_factory.h"
 #include "zem/export.h"
+#include "zem/limits.h"
 #include "zem/object.h"
 
 namespace ZEM {
@@ -18,6 +20,12 @@ template <class T>
 const char* TypeId() {
     return typeid(T).name();
 }
+
+// The bean `name` of `factory`, requested from outside any library; throws a
+// CException with the reason when the request gives nothing.
+ZEM_API std::shared_ptr<IObject> RequireBean(IBeanFactory& factory, const char* name);
+// Throws "Bean 'name' is not a 'T'" for the class `type`.
+[[noreturn]] ZEM_API void ThrowNotA(const char* name, const std::type_info& type);
 
 class ZEM_API CContainer {
 public:
@@ -45,6 +53,9 @@ public:
     void Reset(const char* text);
     // Empties the factory, then loads the file.
     void Reset(const wchar_t* path);
+    // What each later load into this handle's factory (the Reset forms) may
+    // cost; the defaults until set. Passing one is a CException.
+    void SetReadingLimits(const SReadingLimits& limits);
 
     // The factory of this handle.
     IBeanFactory& Factory() const { return *factory_; }
@@ -54,6 +65,21 @@ public:
     template <class T = IObject>
     std::shared_ptr<T> GetBean(const char* name) const {
         return std::dynamic_pointer_cast<T>(factory_->GetBean(name, nullptr));
+    }
+
+    // The bean `name` as seen from outside any library, cast to T; throws a
+    // CException that says why when there is none: the reason a failure
+    // handler would be given, or "Bean '...' is not a '...'".
+    template <class T = IObject>
+    std::shared_ptr<T> Require(const char* name) const {
+        std::shared_ptr<IObject> object = RequireBean(*factory_, name);
+        if constexpr (std::is_same_v<T, IObject>) {
+            return object;
+        } else {
+            std::shared_ptr<T> typed = std::dynamic_pointer_cast<T>(object);
+            if (!typed) ThrowNotA(name, typeid(T));
+            return typed;
+        }
     }
 
     // The first service registered for interface I, cast to I.

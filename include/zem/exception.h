@@ -2,6 +2,7 @@
 // with a message, or IException for the whole family.
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <string>
 
@@ -27,8 +28,10 @@ public:
 
 namespace ZEM {
 
-// A failure with a finished English message.
-class ZEM_API CException : public IException {
+// A failure with a finished English message. It is a std::exception too, so
+// that hosts which catch those see it, and one that nobody catches shows its
+// message; what() gives the message in UTF-8.
+class ZEM_API CException : public IException, public std::exception {
 public:
     CException(const wchar_t* message);  // null gives an empty message
     CException(const std::wstring& message);
@@ -41,9 +44,12 @@ public:
     std::unique_ptr<IException> Clone() const override;
     // The message; valid as long as this object lives.
     const std::wstring& GetMessageW() const;
+    // The message in UTF-8; valid as long as this object lives.
+    const char* what() const noexcept override;
 
 private:
     std::wstring message_;
+    std::string utf8_;
 };
 
 }  // namespace ZEM

@@ -10,3 +10,4 @@
 #include "zem/object.h"
 #include "zem/policy.h"
 #include "zem/services.h"
+#include "zem/typed_wrapper.h"

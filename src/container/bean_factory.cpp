@@ -10,6 +10,7 @@
 
 #include "container/lifecycle.h"
 #include "library/library.h"
+#include "library/service_registry.h"
 #include "foundation/string_convert.h"
 #include "platform/stack.h"
 #include "zem/exception.h"
@@ -119,6 +120,8 @@ CBeanFactoryImpl::~CBeanFactoryImpl() {
     // Singletons first, in the map's order; bean code that ends here must not
     // call into this factory.
     CRunningGuard running(this, ERunning::Code);
+    made_.Clear();
+    services_.Clear();
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -139,15 +142,33 @@ bool CBeanFactoryImpl::Exists(const char* name) {
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId, std::uint32_t index) {
-    std::lock_guard<std::recursive_mutex> guard(lock_);
-    CRunningGuard running(this, ERunning::Code);  // the registration's maker
-    return configuration_->GetService(typeId, index);
+    std::shared_ptr<IObject> found;
+    if (typeId != nullptr && services_.Find(typeId, index, nullptr, [&](const auto& kept) { found = kept; }))
+        return found;
+    return LockedService(typeId, index);
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId) {
+    std::shared_ptr<IObject> found;
+    if (typeId != nullptr && services_.Find(typeId, 0, nullptr, [&](const auto& kept) { found = kept; }))
+        return found;
+    return LockedService(typeId, 0);
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::LockedService(const char* typeId, std::uint32_t position) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
-    CRunningGuard running(this, ERunning::Code);
-    return configuration_->GetService(typeId);
+    CRunningGuard running(this, ERunning::Code);  // the registration's maker
+    std::shared_ptr<IObject> found = configuration_->GetService(typeId, position);
+    // A registration that keeps its object (an instance, or a singleton
+    // maker's once made) gives that object until the lists change. The maker
+    // may have run bean code that changed them: what stands at the position
+    // now is looked at afresh.
+    const ServiceList* list = found ? configuration_->Store().services.Find(typeId) : nullptr;
+    if (list != nullptr && list->size() > position) {
+        const std::shared_ptr<IObject>& kept = (*std::next(list->begin(), position))->Instance();
+        if (kept == found) services_.Add(typeId, position, kept, nullptr);
+    }
+    return found;
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetBean(const char* name, const SLibrary* library) {
@@ -167,6 +188,7 @@ std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
     const char* typeId, bool atFront, std::function<std::unique_ptr<IObject>()>&& maker,
     std::shared_ptr<ITypeRegistration> registration) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    services_.Clear();
     return configuration_->RegisterService(typeId, atFront, std::move(maker), std::move(registration));
 }
 
@@ -174,12 +196,14 @@ std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
     const char* typeId, bool atFront, std::shared_ptr<IObject> instance,
     std::shared_ptr<ITypeRegistration> registration) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    services_.Clear();
     return configuration_->RegisterService(typeId, atFront, std::move(instance), std::move(registration));
 }
 
 void CBeanFactoryImpl::ReleaseInstance(const std::shared_ptr<IObject>& instance) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
     CRunningGuard running(this, ERunning::Code);  // a last share ends the object: its release function
+    services_.Clear();
     configuration_->ReleaseInstance(instance);
 }
 
@@ -191,6 +215,7 @@ std::uint32_t CBeanFactoryImpl::GetServiceCount(const char* typeId) {
 
 void CBeanFactoryImpl::LoadConfiguration(CConfiguration& configuration) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    services_.Clear();
     configuration_->MergeConfiguration(configuration);
 }
 
@@ -229,6 +254,8 @@ void CBeanFactoryImpl::ResetFactory() {
     RefuseFromOwnCode("Reset");
     std::lock_guard<std::recursive_mutex> guard(lock_);
     CRunningGuard running(this, ERunning::Code);  // destructors and release functions
+    made_.Clear();
+    services_.Clear();
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -365,6 +392,7 @@ BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* lib
         } else {
             request.outcome = EBeanRequestOutcome::Failed;
             if (request.reason.empty()) request.reason = L"The request gave no object";
+            if (outer != nullptr) NoteObservedReason(request.reason);
         }
         CRunningGuard running(this, ERunning::Code);
         observer->OnRequestEnd(request);
@@ -381,24 +409,40 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
 
     std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(bean);
     std::shared_ptr<const IBeanWrapper> factoryWrapper;
+    SBeanType* factoryBean = nullptr;
     if (!bean.factoryBean.empty()) {
-        SBeanType* factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
+        factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
         if (factoryBean == nullptr) return Fail(name, Message(L"Factory bean '", bean.factoryBean, L"' not found"));
         factoryWrapper = GetClassWrapper(*factoryBean);
     }
     const std::shared_ptr<const IBeanWrapper>& creator = bean.factoryBean.empty() ? classWrapper : factoryWrapper;
     // A maker that gave no wrapper leaves nothing to call.
     if (!creator || !classWrapper) return Fail(name, Message(L"No wrapper for class '", bean.className, L"'"));
+    if (!bean.typesChecked) {
+        const std::string& creatorClass = factoryBean != nullptr ? factoryBean->className : bean.className;
+        STypeCheck check = CheckBeanTypes(bean, *creator, creatorClass, *classWrapper);
+        if (!check.problems.empty()) bean.typeProblem = std::move(check.problems.front().message);
+        bean.referenceChecks = std::move(check.references);
+        bean.typesChecked = true;
+    }
+    if (!bean.typeProblem.empty()) return Fail(name, bean.typeProblem);
 
     std::shared_ptr<IObject> object;
     {
         // The argument values live until the object's shared pointer exists.
         CCallArguments arguments(bean.preparedArguments, this, types_.get(), bean.library,
                                  bean.argumentTypes.data());
+        if (!bean.referenceChecks.empty()) {
+            std::wstring wrong = WrongReference(bean, kWholeCall, arguments);
+            if (!wrong.empty()) return Fail(name, wrong);
+        }
         std::unique_ptr<IObject> made = creator->CreateInstance(bean.factoryMethod.c_str(), arguments.Count(),
                                                                 arguments.Values(), creator,
                                                                 bean.exitMethod.c_str(), dependencies);
-        object = std::shared_ptr<IObject>(made.release(), SDeleter());
+        if (bean.singleton)
+            object = std::shared_ptr<IObject>(made.release(), SDeleter(), SLineAllocator<IObject>());
+        else
+            object = std::shared_ptr<IObject>(made.release(), SDeleter());
         arguments.Release();
     }
     if (!object) return Fail(name, Message(L"Factory method '", bean.factoryMethod, L"' made no object"));
@@ -409,26 +453,63 @@ BeanPair CBeanFactoryImpl::MakeBean(const char* name, SBeanType& bean, const SLi
         if (!creator->Invoke(object.get(), "SetName", 1, &args)) return Fail(name, L"Method 'SetName' failed");
     }
     IType** propertyTypes = bean.argumentTypes.data() + bean.preparedArguments.size();
-    for (SProperty* property : bean.preparedProperties) {
-        if (!ApplyProperty(*property, this, object.get(), *classWrapper, types_.get(), bean.library, propertyTypes))
-            return Fail(name, Message(L"Property '", property->name, L"' failed"));
-        propertyTypes += property->arguments.size();
+    for (std::size_t p = 0; p < bean.preparedProperties.size(); ++p) {
+        const SProperty& property = *bean.preparedProperties[p];
+        bool applied;
+        if (bean.referenceChecks.empty()) {
+            applied = ApplyProperty(property, this, object.get(), *classWrapper, types_.get(), bean.library,
+                                    propertyTypes);
+        } else {
+            CCallArguments arguments(property.arguments, this, types_.get(), bean.library, propertyTypes);
+            std::wstring wrong = WrongReference(bean, p, arguments);
+            if (!wrong.empty()) return Fail(name, wrong);
+            applied = classWrapper->Invoke(object.get(), property.name.c_str(), arguments.Count(), arguments.Values());
+        }
+        if (!applied) return Fail(name, Message(L"Property '", property.name, L"' failed"));
+        propertyTypes += property.arguments.size();
     }
     // An init method that throws ends up in the request's catch, like any
     // other failure: the object ends with the unwinding.
     if (!bean.initMethod.empty() && !classWrapper->Invoke(object.get(), bean.initMethod.c_str(), 0, nullptr))
         return Fail(name, Message(L"Init method '", bean.initMethod, L"' failed"));
     if (bean.singleton) {
-        BeanPair& entry = instances_.FindOrInsert(name);
-        entry = BeanPair(classWrapper, object);
-        bean.singletonEntry = &entry;
+        auto& entry = instances_.FindOrInsertNode(name);
+        if (entry.value.second) {
+            // Bean code made the same singleton meanwhile, and this one takes
+            // its place.
+            made_.Replace(entry.value, BeanPair(classWrapper, object));
+        } else {
+            entry.value = BeanPair(classWrapper, object);
+            // A bean that isn't exported is seen by requests of its own
+            // library alone, and by none if it has no library.
+            if (bean.exported || bean.library != nullptr)
+                made_.Add(name, 0, entry.value, bean.exported ? nullptr : &bean.library->path);
+        }
+        bean.singletonEntry = &entry.value;
     }
     InstanceCensus().Add(name, object.get());
     return {std::move(classWrapper), std::move(object)};
 }
 
+std::wstring CBeanFactoryImpl::WrongReference(const SBeanType& bean, std::size_t property, CCallArguments& arguments) {
+    const std::vector<void*>* values = arguments.Values();
+    for (const SReferenceCheck& check : bean.referenceChecks) {
+        if (check.property != property || values == nullptr || check.argument >= values->size()) continue;
+        const void* entry = (*values)[check.argument];
+        if (entry == nullptr) continue;  // a reference that found nothing
+        const auto& object = *static_cast<const std::shared_ptr<IObject>*>(entry);
+        if (!object || check.accepts(*object)) continue;
+        const std::vector<SArgument>& given = property == kWholeCall ? bean.arguments : bean.properties[property].arguments;
+        const SArgument& argument = given[check.argument];
+        const SBeanType* referenced =
+            argument.type == "bean" ? configuration_->GetBeanType(argument.value.c_str()) : nullptr;
+        return WrongClassMessage(bean, check, argument, referenced != nullptr ? referenced->className : "");
+    }
+    return {};
+}
+
 BeanPair CBeanFactoryImpl::FailToLoad(const char* name, const CLoadFailure& failure) noexcept {
-    if (!failureHandler_) return {};
+    if (!failureHandler_ && t_observedReason == nullptr) return {};
     try {
         return Fail(name, failure.GetMessageW() + L" (" + Widen(failure.Reason()) + L")");
     } catch (...) {
@@ -443,6 +524,63 @@ BeanPair CBeanFactoryImpl::FailQuietly(const char* name, const char* what) noexc
     } catch (...) {
         return {};
     }
+}
+
+std::shared_ptr<IObject> CBeanFactoryImpl::Require(const char* name) {
+    if (name == nullptr) throw CException(L"No definition of bean ''");
+    std::wstring reason;
+    SBeanRequest note;
+    std::wstring* outer = std::exchange(t_observedReason, &reason);
+    BeanPair result = observed_.load(std::memory_order_relaxed) ? ObservedRequest(name, nullptr, 0)
+                                                                 : Serve(name, nullptr, 0, &note);
+    t_observedReason = outer;
+    if (result.second) return std::move(result.second);
+    // A request that ends before it makes anything says why in the note;
+    // every later failure went through Fail.
+    if (!note.reason.empty()) throw CException(note.reason);
+    if (!reason.empty()) throw CException(reason);
+    throw CException(Message(L"Bean '", name, L"' could not be made"));
+}
+
+std::wstring CBeanFactoryImpl::VerifyBean(const char* name) {
+    std::lock_guard<std::recursive_mutex> guard(lock_);
+    // The wrapper that makes the objects of `bean`, and its class name.
+    auto creatorOf = [&](SBeanType& bean, std::shared_ptr<const IBeanWrapper>& creator) -> const std::string* {
+        if (bean.factoryBean.empty()) {
+            creator = GetClassWrapper(bean);
+            return &bean.className;
+        }
+        SBeanType* factoryBean = configuration_->GetBeanType(bean.factoryBean.c_str());
+        if (factoryBean == nullptr) return nullptr;
+        creator = GetClassWrapper(*factoryBean);
+        return &factoryBean->className;
+    };
+    SBeanType* bean = configuration_->GetBeanType(name);
+    if (bean == nullptr) return Message(L"No definition of bean '", name, L"'");
+    std::shared_ptr<const IBeanWrapper> creator;
+    const std::string* creatorClass = creatorOf(*bean, creator);
+    if (creatorClass == nullptr) return Message(L"Factory bean '", bean->factoryBean, L"' not found");
+    std::shared_ptr<const IBeanWrapper> classWrapper = GetClassWrapper(*bean);
+    if (!creator || !classWrapper) return Message(L"No wrapper for class '", bean->className, L"'");
+    const STypeCheck check = CheckBeanTypes(*bean, *creator, *creatorClass, *classWrapper);
+    if (!check.problems.empty()) return check.problems.front().message;
+    for (const SReferenceCheck& reference : check.references) {
+        const SArgument& argument = reference.property == kWholeCall
+                                        ? bean->arguments[reference.argument]
+                                        : bean->properties[reference.property].arguments[reference.argument];
+        if (argument.type != "bean") continue;
+        SBeanType* referenced = nullptr;
+        std::shared_ptr<const IBeanWrapper> referencedCreator;
+        try {
+            referenced = configuration_->GetBeanType(argument.value.c_str());
+            if (referenced != nullptr && creatorOf(*referenced, referencedCreator) == nullptr) continue;
+        } catch (...) {
+            continue;  // the referenced bean's own check tells what is wrong with it
+        }
+        if (referenced != nullptr && referencedCreator && MadeOfOtherClass(reference, *referenced, *referencedCreator))
+            return WrongClassMessage(*bean, reference, argument, referenced->className);
+    }
+    return {};
 }
 
 std::vector<std::string> CurrentRequestChain() {

@@ -1,6 +1,8 @@
 // CBeanFactoryImpl: the one implementation of IBeanFactory. It owns the
 // configuration store, the value types, one wrapper per class and the living
-// singletons, and it makes beans under its recursive lock.
+// singletons, and it makes beans under its recursive lock. A made singleton,
+// unless an observer watches, and a service object that its registration
+// keeps are found without that lock (published_index.h).
 #pragma once
 
 #include <atomic>
@@ -12,11 +14,13 @@
 #include <vector>
 
 #include "config/configuration.h"
+#include "container/published_index.h"
 #include "foundation/kt_map.h"
 #include "foundation/kt_string.h"
 #include "types/bean_type.h"
 #include "types/type_registry.h"
 #include "zem/bean_factory.h"
+#include "zem/limits.h"
 #include "zem/diagnostics.h"
 
 namespace ZEM {
@@ -42,6 +46,16 @@ public:
                                                        std::shared_ptr<ITypeRegistration> registration) override;
     void ReleaseInstance(const std::shared_ptr<IObject>& instance) override;
     std::uint32_t GetServiceCount(const char* typeId) override;
+
+    // GetBean from outside any library that throws the reason a failure
+    // handler would be given instead of giving an empty pointer.
+    std::shared_ptr<IObject> Require(const char* name);
+
+    // For tools: binds the bean's library and compares the bean with what its
+    // wrappers declare, referenced beans' classes included where they are
+    // known without making an object. The first problem, or empty. Throws
+    // what binding throws.
+    std::wstring VerifyBean(const char* name);
 
     // Makes or finds the bean; the empty pair on any failure, never throws.
     // `fromContainer` marks a request the container makes itself for a
@@ -69,6 +83,10 @@ public:
     // Installs (or, with null, removes) the observer of bean requests.
     void SetRequestObserver(std::shared_ptr<IBeanRequestObserver> observer);
 
+    // What each later load of a document into this factory may cost.
+    void SetReadingLimits(const SReadingLimits& limits) { readingLimits_ = limits; }
+    const SReadingLimits& ReadingLimits() const { return readingLimits_; }
+
     // For tests and tools: the store and the singletons.
     CConfiguration& Configuration() { return *configuration_; }
     std::recursive_mutex& Lock() { return lock_; }
@@ -81,6 +99,12 @@ private:
         // The one cost of observation for a factory without an observer.
         const unsigned how = (fromContainer ? kFromContainer : 0u) | (withWrapper ? kWithWrapper : 0u);
         if (observed_.load(std::memory_order_relaxed)) return ObservedRequest(name, library, how);
+        BeanPair found;
+        if (made_.Find(name, 0, library, [&](const BeanPair& stored) {
+                if (withWrapper) found.first = stored.first;
+                found.second = stored.second;
+            }))
+            return found;
         return Serve(name, library, how, nullptr);
     }
     // Request's flags in one word, so that Serve's arguments all travel in
@@ -89,9 +113,15 @@ private:
     // `note`, when given, learns the definition's kind and a found singleton.
     BeanPair Serve(const char* name, const SLibrary* library, unsigned how, SBeanRequest* note) noexcept;
     BeanPair ObservedRequest(const char* name, const SLibrary* library, unsigned how) noexcept;
+    // A service the locked way; what its registration keeps goes into services_.
+    std::shared_ptr<IObject> LockedService(const char* typeId, std::uint32_t position);
     std::shared_ptr<const IBeanWrapper> GetClassWrapper(SBeanType& bean);
     BeanPair MakeBean(const char* name, SBeanType& bean, const SLibrary* library);
     void NewState();
+    // The message for the first referenced object among `arguments` (those of
+    // the constructor, or of property number `property`) that isn't of its
+    // parameter's class; empty if there is none.
+    std::wstring WrongReference(const SBeanType& bean, std::size_t property, CCallArguments& arguments);
     // Tells the failure handler why a request gives up; the empty pair.
     BeanPair Fail(const char* name, const std::wstring& reason);
     BeanPair FailQuietly(const char* name, const char* what) noexcept;
@@ -104,11 +134,18 @@ private:
     std::unique_ptr<CTypeRegistry> types_;
     KtMap<KtStr, std::shared_ptr<const IBeanWrapper>> wrappers_;
     KtMap<KtStr, BeanPair> instances_;
+    // The entries of instances_ for requests that take no lock; cleared
+    // before instances_ is.
+    CPublishedIndex<BeanPair> made_;
+    // The objects that service registrations keep, by type id and position;
+    // cleared before any list of registrations changes.
+    CPublishedIndex<std::shared_ptr<IObject>> services_;
     BeanFailureHandler failureHandler_;
     // Set while an observer is installed; the observer itself is read under
     // the lock, so that one replaced meanwhile is never called.
     std::atomic<bool> observed_{false};
     std::shared_ptr<IBeanRequestObserver> observer_;
+    SReadingLimits readingLimits_;
 };
 
 // Tells the failure handler of the factory that this thread is running, if

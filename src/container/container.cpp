@@ -6,6 +6,7 @@
 #include "container/bean_factory.h"
 #include "container/process_objects.h"
 #include "foundation/string_convert.h"
+#include "types/type_check.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -61,13 +62,15 @@ void Load(const std::shared_ptr<IBeanFactory>& factory, CConfiguration&& configu
 
 void LoadText(const std::shared_ptr<IBeanFactory>& factory, const char* text) {
     RefuseLoad(factory);
-    Load(factory, ReadConfigurationText(factory.get(), text));
+    CReading reading(Impl(factory).ReadingLimits());
+    Load(factory, ReadConfigurationText(factory.get(), text, reading));
 }
 
 void LoadFile(const std::shared_ptr<IBeanFactory>& factory, const wchar_t* path) {
     if (path == nullptr) path = L"";
     RefuseLoad(factory);
-    Load(factory, ReadConfigurationFile(factory.get(), path));
+    CReading reading(Impl(factory).ReadingLimits());
+    Load(factory, ReadConfigurationFile(factory.get(), path, reading));
 }
 
 }  // namespace
@@ -95,6 +98,8 @@ void CContainer::ReleaseInstance(std::shared_ptr<IObject> instance) {
     factory_->ReleaseInstance(held);
 }
 
+void CContainer::SetReadingLimits(const SReadingLimits& limits) { Impl(factory_).SetReadingLimits(limits); }
+
 void CContainer::Reset() { Impl(factory_).ResetFactory(); }
 
 void CContainer::Reset(const char* text) {
@@ -113,6 +118,18 @@ void CContainer::Reset(const wchar_t* path) {
         Impl(factory).ResetFactory();
     }
     LoadFile(factory_, path);
+}
+
+std::shared_ptr<IObject> RequireBean(IBeanFactory& factory, const char* name) {
+    if (auto* impl = dynamic_cast<CBeanFactoryImpl*>(&factory)) return impl->Require(name);
+    std::shared_ptr<IObject> object = factory.GetBean(name, nullptr);
+    if (!object) throw CException(Message(L"Bean '", name != nullptr ? name : "", L"' could not be made"));
+    return object;
+}
+
+void ThrowNotA(const char* name, const std::type_info& type) {
+    throw CException(Widen("Bean '" + std::string(name != nullptr ? name : "") + "' is not a '" +
+                           ReadableClassName(type) + "'"));
 }
 
 }  // namespace ZEM

@@ -10,5 +10,6 @@ ITypeRegistration::~ITypeRegistration() = default;
 IBeanFactory::~IBeanFactory() = default;
 ILibraryConfiguration::~ILibraryConfiguration() = default;
 IBeanRequestObserver::~IBeanRequestObserver() = default;
+ITypedWrapper::~ITypedWrapper() = default;
 
 }  // namespace ZEM

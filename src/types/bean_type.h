@@ -3,9 +3,11 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "config/records.h"
+#include "types/type_check.h"
 #include "types/type_registry.h"
 #include "zem/object.h"
 
@@ -38,6 +40,12 @@ struct SBeanType : SBean {
     // The factory's entry of the finished singleton, once there is one; a
     // shortcut past the second look-up of the name. Both go at a reset.
     const BeanPair* singletonEntry = nullptr;
+    // The comparison of the values with the wrappers' declared parameters,
+    // made at the first request: its first problem, which fails every
+    // request, and the references whose class each making checks.
+    bool typesChecked = false;
+    std::wstring typeProblem;
+    std::vector<SReferenceCheck> referenceChecks;
 };
 
 // Owns one value for the length of one call.

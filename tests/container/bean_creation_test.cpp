@@ -1,6 +1,7 @@
 // Making beans, watched through the calls the fixture wrappers record.
 #include "container/lifecycle.h"
 #include "support/records.h"
+#include "zem/class.h"
 
 namespace {
 
@@ -181,6 +182,35 @@ TEST_F(BeanCreationTest, CyclesEndInEmptyResults) {
     EXPECT_TRUE(factory_->GetBean("c", nullptr));
     EXPECT_EQ(FixtureLog::Starting("create "),
               (Lines{"create Peer Peer [] deps=[empty] -> Peer#4", "create Widget Widget [] deps=[Peer#4] -> Widget#5"}));
+}
+
+// A singleton whose constructor asks for itself gets a second one, made to the
+// end and stored; the outer one, finished later, takes its place, and later
+// requests, which find it without the factory's lock, give the outer one.
+struct SEcho : ZEM::IObject {
+    static inline ZEM::IBeanFactory* factory = nullptr;
+    static inline int made = 0;
+    SEcho() {
+        if (made++ == 0) inner = factory->GetBean("echo", nullptr);
+    }
+    std::shared_ptr<ZEM::IObject> inner;
+};
+ZEM::CClass<SEcho> BindEcho() { return ZEM::CClass<SEcho>().Constructor<>(); }
+
+TEST_F(BeanCreationTest, ASingletonAskedForByItsOwnConstructor) {
+    ZEM::RegisterClass<&BindEcho>("zem_test::Echo");
+    ZEM::CContainer container("<zem><library><beans><bean name='echo' class='zem_test::Echo' singleton='true'/>"
+                              "</beans></library></zem>");
+    SEcho::factory = &container.Factory();
+    SEcho::made = 0;
+    auto outer = container.GetBean<SEcho>("echo");
+    ASSERT_TRUE(outer && outer->inner);
+    EXPECT_NE(outer, outer->inner);
+    EXPECT_EQ(container.GetBean("echo"), outer);
+    EXPECT_EQ(ZEM::InstanceCensus().Count("echo").total, 2u);
+    std::weak_ptr<ZEM::IObject> inner = outer->inner;
+    outer->inner.reset();
+    EXPECT_TRUE(inner.expired()) << "the factory let go of the first one";
 }
 
 }  // namespace

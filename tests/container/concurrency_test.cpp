@@ -1,9 +1,12 @@
 // Many threads at once: bean requests on one factory while another thread
-// lets the objects go, and shared and private containers made and dropped.
-// Singletons stay single, the census ends empty, and every object ends.
+// lets the objects go; requests that find made singletons without the lock
+// while their factory is reset, ended and making beans; and shared and
+// private containers made and dropped. Singletons stay single, no request
+// gives a wrong object, the census ends empty, and every object ends.
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <mutex>
 #include <thread>
 
 #include "container/lifecycle.h"
@@ -73,6 +76,81 @@ TEST_F(ConcurrencyTest, ManyThreadsAskOneFactory) {
     single.reset();
     factory_->ResetFactory();
     for (const char* name : names) EXPECT_EQ(census.Count(name).total, 0u) << name;
+    EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore) << "every object made has ended";
+}
+
+// Readers find made singletons, and the service one of them provides, while
+// one thread resets and reloads their factory, one makes new objects of it
+// (each with a reference that finds a singleton), and one replaces a second
+// factory, so that each of those ends on whichever thread lets go of it last.
+// Under ThreadSanitizer this is the test of the lock-free way against all
+// that frees what it reads.
+TEST_F(ConcurrencyTest, ReadersMeetResetEndAndMaking) {
+    FixtureLog::Enable(false);
+    const std::size_t livingBefore = FixtureLog::LivingObjects();
+    auto load = [](ZEM::CBeanFactoryImpl& factory) {
+        Load(factory, {{RecordingLibrary(),
+                        {Bean("r.widget", "Widget").Singleton().Eager().Provides("r.I"),
+                         Bean("r.peer", "Peer").Singleton().Eager(),
+                         Bean("r.gadget", "Gadget").Method("make(obj)").Arg("bean", "r.widget")}}});
+    };
+    load(*factory_);
+    std::mutex slot;
+    auto second = std::make_shared<ZEM::CBeanFactoryImpl>();
+    load(*second);
+
+    std::atomic<bool> stop{false};
+    std::atomic<int> wrong{0}, found{0};
+    auto check = [&](const std::shared_ptr<ZEM::IObject>& object, const std::string& kind) {
+        if (object && Tag(object).rfind(kind + "#", 0) != 0) ++wrong;
+        return object != nullptr;
+    };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([&] {
+            while (!stop.load()) {
+                std::shared_ptr<ZEM::CBeanFactoryImpl> other;
+                {
+                    std::lock_guard<std::mutex> guard(slot);
+                    other = second;
+                }
+                for (ZEM::CBeanFactoryImpl* factory : {factory_.get(), other.get()}) {
+                    if (check(factory->GetBean("r.widget", nullptr), "Widget")) ++found;
+                    check(factory->GetBean("r.peer", nullptr), "Peer");
+                    check(factory->GetService("r.I"), "Widget");
+                }
+            }
+        });
+    }
+    threads.emplace_back([&] {
+        while (!stop.load()) check(factory_->GetBean("r.gadget", nullptr), "Gadget");
+    });
+    std::thread resetting([&] {
+        for (int round = 0; round < 60; ++round) {
+            factory_->ResetFactory();
+            load(*factory_);
+        }
+    });
+    std::thread replacing([&] {
+        for (int round = 0; round < 60; ++round) {
+            auto fresh = std::make_shared<ZEM::CBeanFactoryImpl>();
+            load(*fresh);
+            std::lock_guard<std::mutex> guard(slot);
+            std::swap(second, fresh);
+        }
+    });
+    resetting.join();
+    replacing.join();
+    stop.store(true);
+    for (std::thread& thread : threads) thread.join();
+
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_GT(found.load(), 0);
+    EXPECT_EQ(factory_->GetBean("r.widget", nullptr), factory_->GetBean("r.widget", nullptr));
+    second.reset();
+    factory_->ResetFactory();
+    for (const char* name : {"r.widget", "r.peer", "r.gadget"})
+        EXPECT_EQ(ZEM::InstanceCensus().Count(name).alive, 0u) << name;
     EXPECT_EQ(FixtureLog::LivingObjects(), livingBefore) << "every object made has ended";
 }
 

@@ -31,3 +31,16 @@ TEST(CException, CloneThroughRootKeepsTheClass) {
     EXPECT_NE(dynamic_cast<KtWStr::CException*>(rethrow(KtWStr::CException()).get()), nullptr);
     EXPECT_EQ(CException(static_cast<const wchar_t*>(nullptr)).GetMessageW(), L"");
 }
+
+// A host that catches std::exception sees the message, in UTF-8; a move
+// takes it along.
+TEST(CException, IsAStdExceptionWithItsMessageInUtf8) {
+    try {
+        throw CException(L"Bean 'gr\u00fc\u00dfe' is not a 'x::\u20ac'");
+    } catch (const std::exception& failure) {
+        EXPECT_STREQ(failure.what(), "Bean 'gr\xc3\xbc\xc3\x9f" "e' is not a 'x::\xe2\x82\xac'");
+        CException moved(std::move(const_cast<CException&>(dynamic_cast<const CException&>(failure))));
+        EXPECT_STREQ(failure.what(), "");
+        EXPECT_STREQ(moved.what(), "Bean 'gr\xc3\xbc\xc3\x9f" "e' is not a 'x::\xe2\x82\xac'");
+    }
+}

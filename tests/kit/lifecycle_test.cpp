@@ -34,7 +34,6 @@ TEST_F(LifecycleTest, OverloadsAreChosenByArgumentCount) {
                                                        Property("Adjust", Value("int", "2")) +
                                                        Property("Note", Value("char*", "n")))) +
         Gadget("two", "", ConstructorValues({{"char*", "two"}, {"int", "9"}}) + Properties(Property("Resize", resize))) +
-        Gadget("three", "", ConstructorValues({{"int", "1"}, {"int", "2"}, {"bool", "false"}})) +
         Gadget("made", "factory-method='Make'", Labelled("m")) +
         Gadget("raw", "factory-method='MakeRaw'", ConstructorValues({{"int", "3"}}))).c_str());
     const struct { const char* bean; std::string label; int size; } expected[] = {
@@ -46,8 +45,6 @@ TEST_F(LifecycleTest, OverloadsAreChosenByArgumentCount) {
         EXPECT_EQ(gadget->Label() + " " + std::to_string(gadget->Size()), e.label + " " + std::to_string(e.size));
     }
     EXPECT_EQ(container.GetBean<CGadget>("one")->note, "n");  // a data member and a free function as properties
-    // "three" names no constructor of three arguments under the class's own name.
-    EXPECT_EQ(container.GetBean("three"), nullptr);
 }
 
 // The exit method runs at each way an object ends, also after its factory;
@@ -92,7 +89,6 @@ TEST_F(LifecycleTest, FailingBeanCodeGivesAnEmptyBean) {
         {"init method throws", Gadget("b", "init-method='Explode'")},
         {"init method says false", Gadget("b", "init-method='Check'")},
         {"property says false", Gadget("b", "", Properties(Property("Adjust", Value("int", "0"))))},
-        {"unknown factory method", Gadget("b", "factory-method='Build'")},
         {"unknown exit method", Gadget("b", "exit-method='End'")},
         {"exit method for a factory function", Gadget("b", "factory-method='Make' exit-method='Stop'", Labelled("x"))},
     };

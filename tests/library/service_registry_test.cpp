@@ -94,6 +94,7 @@ TEST_F(ServiceRegistryTest, ARegistrationKeptByASingleton) {
 
     factory_->ReleaseInstance(viaA);
     EXPECT_EQ(factory_->GetServiceCount("A") + factory_->GetServiceCount("B"), 0u);
+    EXPECT_FALSE(factory_->GetService("A")) << "a released object isn't found any more, with or without a lock";
     registration.reset();
     viaB.reset();
     EXPECT_TRUE(FixtureLog::Starting("~").empty()) << "the host still holds the object";

@@ -79,7 +79,7 @@ const char* const kMain = R"(<zem><include path="part.xml"/><library><beans>
     <bean name="made-%i%" class="All">
       <constructor-arg>
         <argument><value type="int">%i%</value></argument>
-        <argument><value type="wchar_t*">n%i%</value></argument>
+        <argument><value type="char*">n%i%</value></argument>
         <argument><ref bean="part-b"/></argument>
       </constructor-arg>
       <properties><property name="Bean"><nullptr/></property></properties>

@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
 #include "config/reader_test_support.h"
 #include "foundation/string_convert.h"
+#include "platform/file.h"
 #include "support/temp_dir.h"
 
 namespace zem_test {
@@ -26,10 +26,10 @@ TEST(Files, NamesOutsideAsciiAndBackslashes) {
     const std::string main = folder.Write(kFolder + "/main.xml", Document("<include path='teil\\\xC3\xB6.xml'/>", "outer"));
     folder.Write(kFolder + "/teil/\xC3\xB6.xml", Document("", "inner"));
 
-    std::FILE* file = ZEM::platform::OpenFileForReading(main.c_str());
-    ASSERT_NE(file, nullptr);
-    std::fclose(file);
-    EXPECT_EQ(ZEM::platform::OpenFileForReading(folder.Path(kFolder + "/missing.xml").c_str()), nullptr);
+    ZEM::platform::CInputFile file;
+    EXPECT_EQ(file.Open(main.c_str()), ZEM::platform::CInputFile::Opened);
+    EXPECT_EQ(file.Open(folder.Path(kFolder + "/missing.xml").c_str()), ZEM::platform::CInputFile::NotFound);
+    EXPECT_EQ(file.Open(folder.Path(kFolder).c_str()), ZEM::platform::CInputFile::NotRegular);
     EXPECT_EQ(ZEM::platform::CanonicalPath(folder.Path(kFolder + "/teil/../main.xml")),
               ZEM::platform::CanonicalPath(main));
 

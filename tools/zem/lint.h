@@ -18,6 +18,8 @@ public:
     void Warn(const SSpot& at, std::string message);
     // An error that stops the document from loading: the library's message.
     void Error(const std::string& file, std::string message);
+    // A line of its own that goes with the errors, printed as it stands.
+    void ErrorLine(std::string line);
 
     bool Empty() const { return findings_.empty() && errors_.empty(); }
     // "FILE:LINE:COLUMN: warning: MESSAGE", in the order of the files and,

@@ -65,14 +65,12 @@ SProfiledLoad ProfileOne(const std::string& file) {
             open.pop_back();
         }
     };
-    ZEM::SetParseWatch([&](bool started) { watch("(parse)", started); });
     try {
         session.Load(file, true, watch);
         load.loaded = true;
     } catch (const ZEM::CException& error) {
         load.error = Utf8(error.GetMessageW());
     }
-    ZEM::SetParseWatch(nullptr);
     recorder->EndStep(whole);
     ZEM::SetBeanRequestObserver(session.Factory(), nullptr);
     load.spans = recorder->Spans();

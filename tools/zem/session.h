@@ -14,6 +14,7 @@
 namespace zemcli {
 
 class CBeanIndex;
+class CSourceMap;
 
 // One failure that a bean request dropped.
 struct SDroppedFailure {
@@ -33,14 +34,16 @@ public:
     void RecordFailures();
     std::vector<SDroppedFailure> TakeFailures();
 
-    // Told when each step of a load ("(read)", "(merge)", "(eager beans)")
-    // starts (true) and ends (false), for timing.
+    // Told when each step of a load ("(read)", the "(parse)" of each file
+    // within it, "(merge)", "(eager beans)") starts (true) and ends (false),
+    // for timing.
     using StepWatch = std::function<void(const char* step, bool started)>;
 
     // Loads `file` ("-": the text on standard input, which has no includes)
     // in the steps of the container's own load: read, merge and, with
     // `eager`, the eager beans. Throws CException with the library's message.
-    void Load(const std::string& file, bool eager, const StepWatch& watch = {});
+    // `map`, if given, learns of every document read, for positions.
+    void Load(const std::string& file, bool eager, const StepWatch& watch = {}, CSourceMap* map = nullptr);
 
     ZEM::IBeanFactory& Factory() const { return container_.Factory(); }
     ZEM::CBeanFactoryImpl& Impl() const;
@@ -55,6 +58,12 @@ private:
 // The library's message; for a class library that could not be loaded, with
 // the loader's reason in parentheses, as the failure handler tells it.
 std::string FailureText(const ZEM::CException& error);
+
+// What the parser knows of a document that failed to parse, as
+// "FILE:LINE:COLUMN: error: CAUSE" (no position where it has none), with
+// FILE as the failure names it or `file` for a text; empty for any other
+// failure. The library's own message says only where.
+std::string ParseFailureLine(const ZEM::CException& error, const std::string& file);
 
 // Loads as CSession::Load does; on an error prints "FILE: message" to
 // standard error and returns false.

@@ -10,8 +10,10 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 
 #include "zem/object.h"
+#include "zem/typed_wrapper.h"
 
 namespace ZEM::kit {
 
@@ -116,10 +118,34 @@ struct CArgument<std::shared_ptr<U>, std::enable_if_t<std::is_class_v<U>>> {
         const auto& object = *static_cast<const std::shared_ptr<IObject>*>(entry);
         return std::dynamic_pointer_cast<U>(object);
     }
+    static void Describe(SParameter& parameter) {
+        parameter.objectClass = &typeid(U);
+        parameter.accepts = [](const IObject& object) { return dynamic_cast<const U*>(&object) != nullptr; };
+        // A thrown U'* is caught as const U* exactly when U' is a U.
+        parameter.catches = [](MadeClassThrower thrower) {
+            try {
+                thrower();
+            } catch (const U*) {
+                return true;
+            } catch (...) {
+            }
+            return false;
+        };
+    }
 };
 
 template <class P>
 using Decayed = std::remove_cvref_t<P>;
+
+// The declaration of parameter type P that the container compares values with.
+template <class P>
+SParameter ParameterOf() {
+    using A = CArgument<Decayed<P>>;
+    SParameter parameter;
+    parameter.typeName = A::typeName;
+    if constexpr (requires { A::Describe(parameter); }) A::Describe(parameter);
+    return parameter;
+}
 
 // What the kit keeps of an argument of parameter type P during one call.
 template <class P>

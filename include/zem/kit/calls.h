@@ -109,6 +109,8 @@ struct SCreator {
     std::string name;  // empty: the class's own name
     std::size_t arity = 0;
     std::function<std::unique_ptr<IObject>(Entries, SObjectEnd&&)> make;
+    std::vector<SParameter> parameters;
+    MadeClassThrower made = nullptr;  // null: the class of the objects isn't known exactly
 };
 
 // One method that Invoke can reach: a property setter, an init or exit
@@ -116,18 +118,18 @@ struct SCreator {
 struct SMethod {
     std::string name;
     std::size_t arity = 0;
-    std::vector<const char*> types;  // declared type names, one per parameter
+    std::vector<SParameter> parameters;
     std::function<bool(IObject*, Entries)> invoke;
 };
 
 template <class... P>
-std::vector<const char*> TypeNames() {
-    return {CArgument<Decayed<P>>::typeName...};
+std::vector<SParameter> ParametersOf() {
+    return {ParameterOf<P>()...};
 }
 
 template <class U, class... P>
 SCreator MakeConstructor(std::string name) {
-    SCreator creator{std::move(name), sizeof...(P), {}};
+    SCreator creator{std::move(name), sizeof...(P), {}, ParametersOf<P...>(), [] { throw static_cast<U*>(nullptr); }};
     creator.make = [](Entries entries, SObjectEnd&& end) {
         std::unique_ptr<IObject> made;
         CallWith<P...>(entries, [&](auto&&... arguments) {
@@ -175,7 +177,7 @@ struct SFactoryResult<std::unique_ptr<U>> {
 
 template <class Fn, class R, class... P>
 SCreator MakeFactory(std::string name, Fn function, std::type_identity<R(P...)>) {
-    SCreator creator{std::move(name), sizeof...(P), {}};
+    SCreator creator{std::move(name), sizeof...(P), {}, ParametersOf<P...>(), nullptr};
     creator.make = [function](Entries entries, SObjectEnd&& end) -> std::unique_ptr<IObject> {
         // The object is finished when the function returns; nothing can run
         // before its destructor any more.
@@ -192,7 +194,7 @@ SCreator MakeFactory(std::string name, Fn function, std::type_identity<R(P...)>)
 
 template <class C, class Member, class R, class... P>
 SMethod MakeMemberFunction(std::string name, Member member, std::type_identity<R(P...)>) {
-    SMethod method{std::move(name), sizeof...(P), TypeNames<P...>(), {}};
+    SMethod method{std::move(name), sizeof...(P), ParametersOf<P...>(), {}};
     method.invoke = [member](IObject* object, Entries entries) {
         C* self = dynamic_cast<C*>(object);
         if (self == nullptr) return false;
@@ -207,7 +209,7 @@ SMethod MakeMemberFunction(std::string name, Member member, std::type_identity<R
 
 template <class C, class M>
 SMethod MakeDataMember(std::string name, M C::*member) {
-    SMethod method{std::move(name), 1, TypeNames<M>(), {}};
+    SMethod method{std::move(name), 1, ParametersOf<M>(), {}};
     method.invoke = [member](IObject* object, Entries entries) {
         C* self = dynamic_cast<C*>(object);
         if (self == nullptr) return false;
@@ -221,7 +223,7 @@ SMethod MakeDataMember(std::string name, M C::*member) {
 
 template <class C, class R, class... P>
 SMethod MakeFreeFunction(std::string name, R (*function)(C&, P...)) {
-    SMethod method{std::move(name), sizeof...(P), TypeNames<P...>(), {}};
+    SMethod method{std::move(name), sizeof...(P), ParametersOf<P...>(), {}};
     method.invoke = [function](IObject* object, Entries entries) {
         C* self = dynamic_cast<C*>(object);
         if (self == nullptr) return false;

@@ -4,6 +4,7 @@
 // object or false. Made by the makers of zem/class.h.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
@@ -14,6 +15,7 @@
 
 #include "zem/kit/calls.h"
 #include "zem/object.h"
+#include "zem/typed_wrapper.h"
 
 namespace ZEM::kit {
 
@@ -35,7 +37,7 @@ struct STable {
     }
 };
 
-class CClassWrapper final : public IBeanWrapper {
+class CClassWrapper final : public IBeanWrapper, public ITypedWrapper {
 public:
     CClassWrapper(STable table, std::string className)
         : table_(std::move(table)), className_(std::move(className)) {
@@ -89,7 +91,28 @@ public:
         // Nothing for an unknown method: the container then refuses the
         // property when it binds the class, before any object exists.
         if (const SMethod* entry = FindMethod(method, argCount))
-            types.insert(types.end(), entry->types.begin(), entry->types.end());
+            for (const SParameter& parameter : entry->parameters) types.emplace_back(parameter.typeName);
+    }
+
+    const std::vector<SParameter>* FindParameters(bool creator, const char* method, std::size_t argCount,
+                                                  std::vector<std::size_t>& counts) const override {
+        if (creator) {
+            if (const SCreator* found = FindCreator(method, argCount)) return &found->parameters;
+            for (const SCreator& entry : table_.creators)
+                if (method != nullptr && (entry.name.empty() ? ownName_ : entry.name) == method)
+                    counts.push_back(entry.arity);
+        } else {
+            if (const SMethod* found = FindMethod(method, argCount)) return &found->parameters;
+            for (const SMethod& entry : table_.methods)
+                if (method != nullptr && entry.name == method) counts.push_back(entry.arity);
+        }
+        std::sort(counts.begin(), counts.end());
+        return nullptr;
+    }
+
+    MadeClassThrower MadeClass(const char* method, std::size_t argCount) const override {
+        const SCreator* creator = FindCreator(method, argCount);
+        return creator != nullptr ? creator->made : nullptr;
     }
 
 private:

@@ -11,10 +11,6 @@
 
 namespace ZEM::platform {
 
-std::FILE* OpenFileForReading(const char* path) {
-    return std::fopen(path, "rb");
-}
-
 std::string CanonicalPath(const std::string& path) {
     std::error_code error;
     std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);

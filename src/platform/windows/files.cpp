@@ -2,8 +2,6 @@
 // ANSI code page opens as well as any other.
 #include "platform/files.h"
 
-#include <stdio.h>
-
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -12,10 +10,6 @@
 #include "platform/windows/wide_path.h"
 
 namespace ZEM::platform {
-
-std::FILE* OpenFileForReading(const char* path) {
-    return ::_wfopen(WidePath(path).c_str(), L"rb");
-}
 
 std::string CanonicalPath(const std::string& path) {
     std::error_code error;

@@ -48,13 +48,10 @@ std::wstring BaseDirectory(const std::wstring& path) {
 // absolute, since a class library is loaded long after the reading, when the
 // current directory may have changed; the current directory for a text.
 std::string DocumentFolder(const std::wstring& base) {
-    std::error_code error;
-    const std::string folder = FileSystemPath(base);
-    std::filesystem::path absolute = std::filesystem::absolute(folder.empty() ? "." : folder, error);
-    if (error) return folder.empty() ? "." : folder;
-    std::string text = absolute.lexically_normal().string();
-    while (text.size() > 1 && text.back() == '/') text.pop_back();
-    return text;
+    std::string folder = FileSystemPath(base);
+    if (folder.empty()) folder = ".";
+    std::string absolute = platform::AbsoluteFolder(folder);
+    return absolute.empty() ? folder : absolute;
 }
 
 // `path` with every %zem:dir% replaced by `folder`.

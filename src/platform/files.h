@@ -11,6 +11,11 @@ namespace ZEM::platform {
 // in UTF-8; `path` as given if that fails.
 std::string CanonicalPath(const std::string& path);
 
+// `folder` made absolute against the current directory and lexically
+// normal, in the system's own form, without a separator at its end (but for
+// a root); empty if it can't be made absolute.
+std::string AbsoluteFolder(const std::string& folder);
+
 // True if `path` names a folder part (it holds a separator: '/', and on
 // Windows also '\\'); a bare name is the loader's to search.
 bool HasFolderPart(const char* path);

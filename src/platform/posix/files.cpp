@@ -17,6 +17,15 @@ std::string CanonicalPath(const std::string& path) {
     return error ? path : canonical.string();
 }
 
+std::string AbsoluteFolder(const std::string& folder) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(folder, error);
+    if (error) return {};
+    std::string text = absolute.lexically_normal().string();
+    while (text.size() > 1 && text.back() == '/') text.pop_back();
+    return text;
+}
+
 bool HasFolderPart(const char* path) {
     return path != nullptr && std::strchr(path, '/') != nullptr;
 }

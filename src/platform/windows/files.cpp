@@ -21,6 +21,18 @@ std::string CanonicalPath(const std::string& path) {
     return text;
 }
 
+std::string AbsoluteFolder(const std::string& folder) {
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(WidePath(folder.c_str()), error);
+    if (error) return {};
+    std::wstring wide = absolute.lexically_normal().native();
+    // "C:\" keeps its separator: without it, it would name the drive's current folder.
+    while (wide.size() > 3 && (wide.back() == L'\\' || wide.back() == L'/')) wide.pop_back();
+    std::string text;
+    EncodeUtf8(wide.data(), wide.size(), text);
+    return text;
+}
+
 bool HasFolderPart(const char* path) {
     return path != nullptr && std::strpbrk(path, "/\\") != nullptr;
 }

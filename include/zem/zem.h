@@ -9,3 +9,4 @@
 #include "zem/library.h"
 #include "zem/object.h"
 #include "zem/services.h"
+#include "zem/version.h"

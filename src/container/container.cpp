@@ -5,6 +5,7 @@
 #include "config/document_reader.h"
 #include "container/bean_factory.h"
 #include "container/process_objects.h"
+#include "foundation/string_convert.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -62,6 +63,15 @@ CContainer::CContainer(std::nullptr_t) : factory_(NewFactory()) {}
 CContainer::CContainer(const char* text, bool shared) : factory_(AcquireFactory(shared)) { LoadText(factory_, text); }
 
 CContainer::CContainer(const wchar_t* path, bool shared) : factory_(AcquireFactory(shared)) { LoadFile(factory_, path); }
+
+CContainer CContainer::FromFile(const std::filesystem::path& path, bool shared) {
+    // The path's bytes as the tool and the wide constructor's callers give them.
+    return CContainer(Widen(path.string()).c_str(), shared);
+}
+
+CContainer CContainer::FromText(std::string_view text, bool shared) {
+    return CContainer(std::string(text).c_str(), shared);
+}
 
 CContainer::CContainer(const CContainer& other) = default;
 CContainer::CContainer(CContainer&& other) noexcept = default;

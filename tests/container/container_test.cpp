@@ -72,4 +72,21 @@ TEST_F(ContainerTest, LoadFailures) {
     EXPECT_FALSE(container.GetBean("lost"));
 }
 
+// The named forms: a path is never taken for text, a view needs no end zero,
+// and the library reports the version of its headers.
+TEST_F(ContainerTest, NamedFormsAndVersion) {
+    TempDir temp;
+    const std::string document = Document({{RecordingLibrary(), {Bean("from.file", "Widget")}}});
+    CContainer fromFile = CContainer::FromFile(temp.Write("app.xml", document));
+    EXPECT_TRUE(fromFile.Exists("from.file"));
+    EXPECT_NE(MessageOf([&] { CContainer::FromFile(temp.Path("missing.xml")); }), L"");
+
+    const std::string padded = document + "<zem><library";  // an error if read
+    CContainer fromText = CContainer::FromText(std::string_view(padded).substr(0, document.size()), true);
+    EXPECT_TRUE(fromText.Exists("from.file"));
+    EXPECT_TRUE(CContainer().Exists("from.file")) << "shared as asked";
+
+    EXPECT_STREQ(ZEM::Version(), ZEM_VERSION_STRING);
+}
+
 }  // namespace

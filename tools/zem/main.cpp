@@ -10,6 +10,7 @@
 #include "foundation/string_convert.h"
 #include "verbs.h"
 #include "zem/exception.h"
+#include "zem/version.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ constexpr SVerb kVerbs[] = {
 };
 
 void PrintUsage(std::ostream& out) {
-    out << "usage: zem COMMAND [OPTIONS] FILE...\n\ncommands:\n";
+    out << "usage: zem COMMAND [OPTIONS] FILE...\n       zem --version\n\ncommands:\n";
     for (const SVerb& verb : kVerbs) {
         std::string name = verb.name;
         name.resize(9, ' ');
@@ -65,6 +66,10 @@ int main(int argc, char** argv) {
             return kExitUsage;
         }
         PrintUsage(std::cout);
+        return kExitOk;
+    }
+    if (first == "--version") {
+        std::cout << "zem " << ZEM::Version() << "\n";
         return kExitOk;
     }
     const SVerb* verb = FindVerb(first);

@@ -33,6 +33,8 @@ need_packages() {
             pkg-config) command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config) ;;
             # dpkg-shlibdeps works out the packages' dependencies on the C and C++ runtimes.
             dpkg-dev) command -v dpkg-shlibdeps >/dev/null 2>&1 || missing+=(dpkg-dev) ;;
+            # The packages are held to Debian's policy checker.
+            lintian) command -v lintian >/dev/null 2>&1 || missing+=(lintian) ;;
             # The picture of the demo's profile in docs/ is the page that
             # `zem profile --html` writes as a real browser draws it.
             chromium) command -v chromium >/dev/null 2>&1 || missing+=(chromium) ;;
@@ -94,15 +96,17 @@ case "${1:-test}" in
         configure_and_build bench
         ;;
     package)
-        need_packages dpkg-dev pkg-config
+        need_packages dpkg-dev pkg-config lintian
         configure_and_build package
         rm -rf build-package/packages
         (cd build-package && cpack -G DEB -B packages >/dev/null)
         rm -rf build-package/packages/_CPack_Packages
         cmake -DMODE=deb -DDEB_DIR="$PWD/build-package/packages" -DCONSUMER_DIR="$PWD/tests/package/consumer" \
-              -DREADME="$PWD/README.md" -DWORK_DIR="$PWD/build-package/check" \
+              -DREADME="$PWD/README.md" -DCHECK_DEMO="$PWD/examples/check_demo.cmake" -DWORK_DIR="$PWD/build-package/check" \
               -P tests/package/build_hosts.cmake
         ls build-package/packages/*.deb
+        # An error fails the build; warnings and notes are shown.
+        lintian --fail-on error --info build-package/packages/*.deb
         ;;
     picture)
         need_packages chromium

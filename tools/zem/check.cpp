@@ -5,6 +5,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "output.h"
 #include "foundation/string_convert.h"
 #include "session.h"
 #include "verbs.h"
@@ -15,53 +16,100 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem check [--no-eager] FILE...\n"
+    "usage: zem check [--no-eager] [--json] FILE...\n"
     "\n"
     "Loads each FILE into a private container as a host does: its includes,\n"
     "the class libraries it needs, and its eager beans. Prints\n"
     "  FILE: ok (N beans in M libraries, K services)\n"
-    "or FILE: followed by the library's own message (for a class library that\n"
-    "can't be loaded, the loader's reason follows it). A bean request that fails\n"
-    "while eager beans are made gives a host no word; check prints each such\n"
-    "failure on a line of its own and counts it as an error.\n"
+    "or FILE:LINE:COLUMN: error: followed by the library's own message (the line\n"
+    "and column where the parser knows them; for a class library that can't be\n"
+    "loaded, the loader's reason follows it). A bean request that fails while\n"
+    "eager beans are made gives a host no word; check prints each such failure\n"
+    "on a line of its own and counts it as an error.\n"
     "\n"
     "options:\n"
-    "  --no-eager   read and merge only, make no eager beans\n";
+    "  --no-eager   read and merge only, make no eager beans\n"
+    "  --json       one JSON array, an object per FILE: {\"file\", \"ok\" (true\n"
+    "               when it loaded without failures), \"beans\", \"libraries\",\n"
+    "               \"services\" (when it loaded), \"diagnostics\": [{\"file\",\n"
+    "               \"line\", \"column\" (0 when not known), \"severity\",\n"
+    "               \"message\"}]}\n";
 
-bool CheckOne(const std::string& file, bool eager) {
+// What check finds in one document; `counts` only when it loaded.
+struct SChecked {
+    std::string file;
+    bool loaded = false;
+    SStoreCounts counts;
+    std::vector<SDiagnostic> diagnostics;
+};
+
+SChecked CheckOne(const std::string& file, bool eager) {
+    SChecked checked;
+    checked.file = file;
     CSession session;
     session.RecordFailures();
     try {
         session.Load(file, eager);
     } catch (const ZEM::CException& error) {
-        std::cout << file << ": " << FailureText(error) << "\n";
-        return false;
+        const std::string text = FailureText(error);
+        checked.diagnostics.push_back({PlaceOfMessage(file, text), ESeverity::kError, text});
+        return checked;
     }
-    const std::vector<SDroppedFailure> failures = session.TakeFailures();
-    const SStoreCounts counts = CountStore(session.Store());
+    checked.loaded = true;
+    checked.counts = CountStore(session.Store());
+    const CBeanIndex index(session.Store());
+    for (const SDroppedFailure& failure : session.TakeFailures())
+        checked.diagnostics.push_back({{file}, ESeverity::kError, "eager beans: " + DescribeFailure(failure, index)});
+    return checked;
+}
+
+void PrintText(const SChecked& checked) {
+    for (const SDiagnostic& diagnostic : checked.diagnostics)
+        PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
+    if (!checked.loaded) return;
     // One fixed form, whatever the numbers, so that scripts can match it.
+    const SStoreCounts& counts = checked.counts;
     const std::string summary = "(" + std::to_string(counts.beans) + " beans in " + std::to_string(counts.libraries) +
                                 " libraries, " + std::to_string(counts.services) + " services)";
-    if (failures.empty()) {
-        std::cout << file << ": ok " << summary << "\n";
-        return true;
+    if (checked.diagnostics.empty())
+        std::cout << checked.file << ": ok " << summary << "\n";
+    else
+        std::cout << checked.file << ": " << checked.diagnostics.size() << " failures while making eager beans "
+                  << summary << "\n";
+}
+
+void PrintJson(const std::vector<SChecked>& all) {
+    std::cout << "[";
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const SChecked& checked = all[i];
+        std::cout << (i != 0 ? ",\n " : "") << "{\"file\": " << JsonString(checked.file)
+                  << ", \"ok\": " << (checked.loaded && checked.diagnostics.empty() ? "true" : "false");
+        if (checked.loaded)
+            std::cout << ", \"beans\": " << checked.counts.beans << ", \"libraries\": " << checked.counts.libraries
+                      << ", \"services\": " << checked.counts.services;
+        std::cout << ", \"diagnostics\": [";
+        for (std::size_t d = 0; d < checked.diagnostics.size(); ++d)
+            std::cout << (d != 0 ? ", " : "") << DiagnosticJson(checked.diagnostics[d]);
+        std::cout << "]}";
     }
-    const CBeanIndex index(session.Store());
-    for (const SDroppedFailure& failure : failures)
-        std::cout << file << ": eager beans: " << DescribeFailure(failure, index) << "\n";
-    std::cout << file << ": " << failures.size() << " failures while making eager beans " << summary << "\n";
-    return false;
+    std::cout << "]\n";
 }
 
 }  // namespace
 
 int RunCheck(const Args& args) {
     const std::optional<SParsedArgs> command =
-        ParseCommand(args, {{"--no-eager", false}}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
+        ParseCommand(args, {{"--no-eager", false}, {"--json", false}}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    std::vector<SChecked> all;
     bool allWell = true;
-    for (const std::string& file : parsed.operands) allWell = CheckOne(file, !parsed.Has("--no-eager")) && allWell;
+    for (const std::string& file : parsed.operands) {
+        all.push_back(CheckOne(file, !parsed.Has("--no-eager")));
+        allWell = all.back().loaded && all.back().diagnostics.empty() && allWell;
+        if (!parsed.Has("--json")) PrintText(all.back());
+    }
+    if (parsed.Has("--json")) PrintJson(all);
     return allWell ? kExitOk : kExitFinding;
 }
 

@@ -20,7 +20,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem lint [--load] FILE\n"
+    "usage: zem lint [--load] [--json] FILE\n"
     "\n"
     "Reads FILE and its includes as a host does, without making any bean, and\n"
     "prints a warning for each of these, as FILE:LINE:COLUMN: warning: TEXT\n"
@@ -31,14 +31,18 @@ constexpr const char* kHelp =
     "  - references, dependencies and factory beans that no definition has;\n"
     "  - cycles through references and dependencies, with the whole chain;\n"
     "  - 'for' loops that make no iteration; names defined twice.\n"
-    "A document that doesn't load is reported as FILE: error: MESSAGE. Prints\n"
-    "nothing for a clean document.\n"
+    "A document that doesn't load is reported as FILE:LINE:COLUMN: error: MESSAGE\n"
+    "(the line and column where the parser knows them). Prints nothing for a\n"
+    "clean document.\n"
     "\n"
     "options:\n"
     "  --load   also bind the class libraries, and report missing wrapper\n"
     "           makers, properties without declared types, values whose type\n"
     "           differs from the declared one, interfaces without a type id;\n"
-    "           a library without a path is the host program and is skipped\n";
+    "           a library without a path is the host program and is skipped\n"
+    "  --json   one JSON object: {\"file\", \"diagnostics\": [{\"file\", \"line\",\n"
+    "           \"column\" (0 when not known), \"severity\" (\"error\" or\n"
+    "           \"warning\"), \"message\"}]}, in the order of the text output\n";
 
 SSpot ArgumentSpot(const SBeanSpots* spots, bool inProperty, std::size_t property, std::size_t argument) {
     if (spots == nullptr) return {};
@@ -54,10 +58,12 @@ void CFindings::Warn(const SSpot& at, std::string message) {
     findings_.push_back({at, std::move(message), findings_.size()});
 }
 
-void CFindings::Error(const std::string& file, std::string message) { errors_.push_back(file + ": error: " + message); }
+void CFindings::Error(const std::string& file, std::string message) {
+    errors_.push_back({PlaceOfMessage(file, message), ESeverity::kError, std::move(message)});
+}
 
-void CFindings::Print(const CSourceMap& map) const {
-    for (const std::string& error : errors_) std::cout << error << "\n";
+std::vector<SDiagnostic> CFindings::Diagnostics(const CSourceMap& map) const {
+    std::vector<SDiagnostic> told = errors_;
     std::vector<const SFinding*> sorted;
     for (const SFinding& finding : findings_) sorted.push_back(&finding);
     auto fileRank = [&map](const SSourceFile* file) {
@@ -67,16 +73,17 @@ void CFindings::Print(const CSourceMap& map) const {
     };
     auto key = [&](const SFinding* f) { return std::make_tuple(fileRank(f->at.file), f->at.offset, f->sequence); };
     std::sort(sorted.begin(), sorted.end(), [&](const SFinding* a, const SFinding* b) { return key(a) < key(b); });
-    std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> told;
+    std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> seen;
     const SSourceFile* main = map.MainFile();
     for (const SFinding* finding : sorted) {
-        if (!told.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
+        if (!seen.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
         const SSourceFile* file = finding->at.file != nullptr ? finding->at.file : main;
         const SLineColumn place = finding->at.file != nullptr ? file->Locate(finding->at.offset) : SLineColumn{};
-        std::cout << (file != nullptr ? file->path : std::string("-"));
-        if (place.line > 0) std::cout << ":" << place.line << ":" << place.column;
-        std::cout << ": warning: " << finding->message << "\n";
+        told.push_back({{file != nullptr ? file->path : std::string("-"), place.line, place.column},
+                        ESeverity::kWarning,
+                        finding->message});
     }
+    return told;
 }
 
 SSpot BeanSpot(const CSourceMap& map, const ZEM::SBean& bean) {
@@ -140,7 +147,7 @@ void LintDefinitions(const ZEM::CConfigurationStore& store, const CBeanIndex& in
 }
 
 int RunLint(const Args& args) {
-    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--load", false}}, kHelp, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--load", false}, {"--json", false}}, kHelp, 1, 1, "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
@@ -163,7 +170,16 @@ int RunLint(const Args& args) {
         LintDefinitions(session.Store(), index, map, findings);
         if (parsed.Has("--load")) LintClasses(session.Store(), index, map, findings);
     }
-    findings.Print(map);
+    const std::vector<SDiagnostic> diagnostics = findings.Diagnostics(map);
+    if (parsed.Has("--json")) {
+        std::cout << "{\"file\": " << JsonString(file) << ", \"diagnostics\": [";
+        for (std::size_t i = 0; i < diagnostics.size(); ++i)
+            std::cout << (i != 0 ? ",\n  " : "\n  ") << DiagnosticJson(diagnostics[i]);
+        std::cout << "]}\n";
+    } else {
+        for (const SDiagnostic& diagnostic : diagnostics)
+            PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
+    }
     return findings.Empty() ? kExitOk : kExitFinding;
 }
 

@@ -8,6 +8,7 @@
 
 #include "bean_index.h"
 #include "config/configuration.h"
+#include "output.h"
 #include "source_map.h"
 
 namespace zemcli {
@@ -20,9 +21,9 @@ public:
     void Error(const std::string& file, std::string message);
 
     bool Empty() const { return findings_.empty() && errors_.empty(); }
-    // "FILE:LINE:COLUMN: warning: MESSAGE", in the order of the files and,
-    // in a file, of the positions; the same finding at one place once.
-    void Print(const CSourceMap& map) const;
+    // The errors, then the warnings in the order of the files and, in a
+    // file, of the positions; the same finding at one place once.
+    std::vector<SDiagnostic> Diagnostics(const CSourceMap& map) const;
 
 private:
     struct SFinding {
@@ -31,7 +32,7 @@ private:
         std::size_t sequence;
     };
     std::vector<SFinding> findings_;
-    std::vector<std::string> errors_;
+    std::vector<SDiagnostic> errors_;
 };
 
 // What the grammar leaves unread: unknown or misplaced elements and

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cli.h"
+#include "output.h"
 #include "foundation/string_convert.h"
 #include "verbs.h"
 #include "zem/exception.h"
@@ -54,6 +55,7 @@ const SVerb* FindVerb(const std::string& name) {
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    SetBeanOutputAside();
     if (argc < 2) {
         PrintUsage(std::cerr);
         return kExitUsage;

@@ -7,6 +7,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "output.h"
 #include "config/document_reader.h"
 #include "container/process_objects.h"
 #include "foundation/string_convert.h"
@@ -18,7 +19,12 @@ namespace zemcli {
 
 CSession::CSession() : container_(nullptr) {}
 
-CSession::~CSession() { ZEM::SetBeanFailureHandler(container_.Factory(), nullptr); }
+CSession::~CSession() {
+    ZEM::SetBeanFailureHandler(container_.Factory(), nullptr);
+    // The end of the factory runs exit methods and destructors of bean code.
+    const CBeanOutputGuard guard;
+    const ZEM::CContainer ending = std::move(container_);
+}
 
 ZEM::CBeanFactoryImpl& CSession::Impl() const {
     // A private container always holds the library's own factory.
@@ -47,6 +53,7 @@ void CSession::Load(const std::string& file, bool eager, const StepWatch& watch)
         if (watch) watch(step, started);
     };
     ZEM::CBeanFactoryImpl& impl = Impl();
+    const CBeanOutputGuard guard;
     impl.ResetFactory();
     tell("(read)", true);
     ZEM::CConfiguration configuration = file == "-" ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
@@ -73,7 +80,8 @@ bool LoadOrTell(CSession& session, const std::string& file, bool eager) {
         session.Load(file, eager);
         return true;
     } catch (const ZEM::CException& error) {
-        std::cerr << file << ": " << FailureText(error) << "\n";
+        const std::string text = FailureText(error);
+        PrintDiagnostic(std::cerr, PlaceOfMessage(file, text), ESeverity::kError, text);
         return false;
     }
 }

@@ -106,7 +106,7 @@ case "${1:-test}" in
               -P tests/package/build_hosts.cmake
         ls build-package/packages/*.deb
         # An error fails the build; warnings and notes are shown.
-        lintian --fail-on error --info build-package/packages/*.deb
+        lintian --fail-on error --display-info build-package/packages/*.deb
         ;;
     picture)
         need_packages chromium

@@ -70,9 +70,12 @@ The zem command loads a configuration as a host would and reports what\n\
 fails (zem check), lists and graphs its beans, explains why a bean is not\n\
 made, and warns about what the readers would silently ignore (zem lint).")
 
-# The loader's cache is refreshed by dpkg's ldconfig trigger once per run,
-# not by a call in each package's scripts.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+# The loader's cache is refreshed by dpkg's ldconfig trigger once per run.
+# CPack would also call ldconfig from scripts of its own; scripts of ours
+# that do nothing stand in their place.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers
+  ${PROJECT_SOURCE_DIR}/cmake/debian/postinst ${PROJECT_SOURCE_DIR}/cmake/debian/postrm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # Debian wants in every package's doc folder the copyright file, the upstream
 # changelog and a Debian changelog; a plain install leaves them out. The

@@ -89,6 +89,8 @@ zem \\- check, show and explain libzem configuration documents
 .B zem
 .I COMMAND
 .B \\-\\-help
+.br
+.B zem \\-\\-version
 .SH DESCRIPTION
 .B zem
 reads configuration documents with the library's own readers and factory, so

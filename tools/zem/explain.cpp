@@ -41,12 +41,13 @@ constexpr const char* kHelp =
     "               definition\", \"not visible\", \"failed\" or \"gave nothing\"),\n"
     "               \"summary\" (the first line's text), \"class\", \"failures\":\n"
     "               [{\"bean\", \"reason\", \"chain\"}] (every failure dropped, in\n"
-    "               order), \"hint\", \"cycle\"}; null where there is none. A FILE\n"
-    "               that doesn't load gives its error on standard error only\n";
+    "               order), \"hint\", \"cycle\"}; null where there is none. For a\n"
+    "               FILE that doesn't load, \"outcome\" is \"not loaded\" and\n"
+    "               \"summary\" the library's message\n";
 
 // What explain found out about one request, before it is printed.
 struct SExplanation {
-    const char* outcome = "gave nothing";  // made, no definition, not visible, failed, gave nothing
+    const char* outcome = "gave nothing";  // made, no definition, not visible, failed, gave nothing, not loaded
     std::string line;                      // the first line, after "NAME: "
     std::string className;                 // of a made bean
     std::vector<std::string> also;         // the failures not told on the first line
@@ -190,7 +191,19 @@ int RunExplain(const Args& args) {
     const std::string& name = parsed.operands[1];
 
     CSession session;
-    if (!LoadOrTell(session, file, !parsed.Has("--no-eager"))) return kExitFinding;
+    if (parsed.Has("--json")) {
+        try {
+            session.Load(file, !parsed.Has("--no-eager"));
+        } catch (const ZEM::CException& error) {
+            SExplanation explanation;
+            explanation.outcome = "not loaded";
+            explanation.line = FailureText(error);
+            PrintJson(file, name, explanation, {});
+            return kExitFinding;
+        }
+    } else if (!LoadOrTell(session, file, !parsed.Has("--no-eager"))) {
+        return kExitFinding;
+    }
     const CBeanIndex index(session.Store());
 
     session.RecordFailures();

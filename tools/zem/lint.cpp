@@ -168,7 +168,11 @@ int RunLint(const Args& args) {
         map.Attach(session.Store());
         const CBeanIndex index(session.Store());
         LintDefinitions(session.Store(), index, map, findings);
-        if (parsed.Has("--load")) LintClasses(session.Store(), index, map, findings);
+        if (parsed.Has("--load")) {
+            // Binding loads the class libraries, whose start-up code may print.
+            const CBeanOutputGuard guard;
+            LintClasses(session.Store(), index, map, findings);
+        }
     }
     const std::vector<SDiagnostic> diagnostics = findings.Diagnostics(map);
     if (parsed.Has("--json")) {

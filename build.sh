@@ -9,6 +9,8 @@
 #                      (in build-package/packages/), each checked by building
 #                      the README's host against their unpacked contents
 #   ./build.sh picture redraw docs/images/demo-profile.png, the demo's profile
+#   ./build.sh docs    the API reference from the public headers' comments
+#                      (Doxygen), in build/api/html/
 # Missing build tools are installed with apt-get when run as root.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -33,6 +35,7 @@ need_packages() {
             pkg-config) command -v pkg-config >/dev/null 2>&1 || missing+=(pkg-config) ;;
             # dpkg-shlibdeps works out the packages' dependencies on the C and C++ runtimes.
             dpkg-dev) command -v dpkg-shlibdeps >/dev/null 2>&1 || missing+=(dpkg-dev) ;;
+            doxygen) command -v doxygen >/dev/null 2>&1 || missing+=(doxygen) ;;
             # The packages are held to Debian's policy checker.
             lintian) command -v lintian >/dev/null 2>&1 || missing+=(lintian) ;;
             # The picture of the demo's profile in docs/ is the page that
@@ -120,12 +123,21 @@ case "${1:-test}" in
             --screenshot="$PWD/docs/images/demo-profile.png" "file://$page/profile.html"
         rm -rf "$page"
         ;;
+    docs)
+        need_packages doxygen
+        cmake --preset default >/dev/null    # writes <zem/version.h>
+        version=$(sed -n 's/^#define ZEM_VERSION_STRING "\(.*\)"$/\1/p' build/include/zem/version.h)
+        rm -rf build/api
+        # A warning fails the run (WARN_AS_ERROR in docs/Doxyfile).
+        ZEM_VERSION="$version" ZEM_API_OUT=build/api ZEM_GENERATED_INCLUDE=build/include doxygen docs/Doxyfile
+        echo "build/api/html/index.html"
+        ;;
     fuzz)
         need_packages clang libclang-rt
         fuzz/run.sh "${2:-60}"
         ;;
     *)
-        echo "usage: $0 demo|test|asan|tsan|bench|package|picture|fuzz [seconds]" >&2
+        echo "usage: $0 demo|test|asan|tsan|bench|package|picture|docs|fuzz [seconds]" >&2
         exit 2
         ;;
 esac

@@ -115,7 +115,8 @@ case "${1:-test}" in
         need_packages chromium
         configure_and_build default --target demo zem_tool
         page=$(mktemp -d)
-        build/tools/zem profile --html "$page/profile.html" build/examples/demo-config/shop.xml
+        # Exit status 1: the shop's tills fail without the demo host's classes, as the README tells.
+        build/tools/zem profile --html "$page/profile.html" build/examples/demo-config/shop.xml || [ $? -eq 1 ]
         mkdir -p docs/images
         chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
             --disable-background-networking --disable-component-update --disable-sync \

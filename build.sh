@@ -120,7 +120,7 @@ case "${1:-test}" in
         mkdir -p docs/images
         chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
             --disable-background-networking --disable-component-update --disable-sync \
-            --user-data-dir="$page/browser" --window-size=1000,200 --hide-scrollbars \
+            --user-data-dir="$page/browser" --window-size=1000,420 --hide-scrollbars \
             --screenshot="$PWD/docs/images/demo-profile.png" "file://$page/profile.html"
         rm -rf "$page"
         ;;

@@ -135,7 +135,7 @@ constexpr const char* kPageTail = R"(</script>
   const events = trace.traceEvents.filter(e => e.ph === 'X');
   const names = {};
   trace.traceEvents.filter(e => e.ph === 'M' && e.name === 'process_name').forEach(e => names[e.pid] = e.args.name);
-  const width = Math.max(600, window.innerWidth - 40), rowHeight = 20, bandGap = 10;
+  const width = Math.max(600, window.innerWidth - 100), rowHeight = 20, bandGap = 10;
   function el(tag, attrs, parent) {
     const node = document.createElementNS(NS, tag);
     for (const key in attrs) node.setAttribute(key, attrs[key]);

@@ -8,5 +8,6 @@
 #include "zem/export.h"
 #include "zem/library.h"
 #include "zem/object.h"
+#include "zem/policy.h"
 #include "zem/services.h"
 #include "zem/version.h"

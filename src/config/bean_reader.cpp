@@ -12,6 +12,7 @@
 #include "config/argument_reader.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
+#include "library/policy.h"
 #include "platform/text.h"
 #include "platform/uuid.h"
 #include "substitution/loops.h"
@@ -242,11 +243,27 @@ void ReadInterface(CConfiguration& configuration, SLibrary* library, const Param
                    SBean& bean, const XMLNode& element) {
     // The class library registers its type ids when it is loaded, so it is
     // bound before the name is looked up.
-    BindLibrary(configuration, library);
+    bool refused = false;
+    try {
+        BindLibrary(configuration, library);
+    } catch (const CLibraryRefused&) {
+        if (!ReadingWithoutLibraries()) throw;
+        refused = true;
+    }
 
     const std::string name = SubstitutedName(element.Text(), parameters);
     if (name.empty()) throw CException(L"Error while parsing interface: Missing interface name");
 
+    if (refused) {
+        // The id that the library would have registered is unknown: the name
+        // stands for it.
+        try {
+            bean.interfaces.emplace_back(LocalLibrary().GetTypeId(name.c_str()));
+        } catch (const CException&) {
+            bean.interfaces.push_back(name);
+        }
+        return;
+    }
     bean.interfaces.emplace_back(LocalLibrary().GetTypeId(name.c_str()));
 }
 

@@ -2,6 +2,7 @@
 // objects come into being (GetBeanWrapper).
 #include "container/bean_factory.h"
 
+#include <algorithm>
 #include <cstring>
 #include <thread>
 #include <typeinfo>
@@ -17,14 +18,22 @@ namespace ZEM {
 
 namespace {
 
-// Beans being made on this thread, for the cycle guard of container-made
-// requests, and the nesting depth of all requests as a safety net for bean
-// code that recurses.
-struct SMaking {
+// What this thread runs on behalf of a factory, innermost first: the beans
+// being made (for the cycle guard of container-made requests and the nesting
+// limit) and every other call into host or bean code (service makers, release
+// functions run by a reset, failure handlers, observers). The frames live on
+// the stack and the thread-local state is plain pointers and counts, so a
+// thread's first request registers no thread-exit destructor, a registration
+// that aborts the process when memory is short.
+enum class ERunning : unsigned char { Making, Code, Handler };
+struct SRunning {
     const CBeanFactoryImpl* factory;
-    const char* name;
+    const char* name;  // the bean, for Making
+    ERunning kind;
+    SRunning* outer;
 };
-thread_local std::vector<SMaking> t_making;
+thread_local SRunning* t_running = nullptr;
+thread_local std::size_t t_makingDepth = 0;
 constexpr std::size_t kMaxRequestDepth = 256;
 
 // Beans made for the outermost request on this thread, and how many one
@@ -59,17 +68,46 @@ void NoteObservedReason(const std::wstring& reason) noexcept {
     }
 }
 
-class CMakingGuard {
+class CRunningGuard {
 public:
-    CMakingGuard(const CBeanFactoryImpl* factory, const char* name) { t_making.push_back({factory, name}); }
-    ~CMakingGuard() { t_making.pop_back(); }
-    CMakingGuard(const CMakingGuard&) = delete;
-    CMakingGuard& operator=(const CMakingGuard&) = delete;
+    CRunningGuard(const CBeanFactoryImpl* factory, ERunning kind, const char* name = nullptr)
+        : frame_{factory, name, kind, t_running} {
+        t_running = &frame_;
+        if (kind == ERunning::Making) ++t_makingDepth;
+    }
+    ~CRunningGuard() {
+        t_running = frame_.outer;
+        if (frame_.kind == ERunning::Making) --t_makingDepth;
+    }
+    CRunningGuard(const CRunningGuard&) = delete;
+    CRunningGuard& operator=(const CRunningGuard&) = delete;
+
+private:
+    SRunning frame_;
 };
 
+class CMakingGuard : public CRunningGuard {
+public:
+    CMakingGuard(const CBeanFactoryImpl* factory, const char* name) : CRunningGuard(factory, ERunning::Making, name) {}
+};
+
+// Whether this thread runs anything, or something of `kind`, for `factory`.
+bool Running(const CBeanFactoryImpl* factory) {
+    for (const SRunning* frame = t_running; frame != nullptr; frame = frame->outer)
+        if (frame->factory == factory) return true;
+    return false;
+}
+
+bool Running(const CBeanFactoryImpl* factory, ERunning kind) {
+    for (const SRunning* frame = t_running; frame != nullptr; frame = frame->outer)
+        if (frame->factory == factory && frame->kind == kind) return true;
+    return false;
+}
+
 bool BeingMade(const CBeanFactoryImpl* factory, const char* name) {
-    for (const SMaking& making : t_making)
-        if (making.factory == factory && std::strcmp(making.name, name) == 0) return true;
+    for (const SRunning* frame = t_running; frame != nullptr; frame = frame->outer)
+        if (frame->factory == factory && frame->kind == ERunning::Making && std::strcmp(frame->name, name) == 0)
+            return true;
     return false;
 }
 
@@ -80,6 +118,7 @@ CBeanFactoryImpl::CBeanFactoryImpl() { NewState(); }
 CBeanFactoryImpl::~CBeanFactoryImpl() {
     // Singletons first, in the map's order; bean code that ends here must not
     // call into this factory.
+    CRunningGuard running(this, ERunning::Code);
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -95,16 +134,19 @@ void CBeanFactoryImpl::NewState() {
 bool CBeanFactoryImpl::Exists(const char* name) {
     if (name == nullptr) return false;
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    CRunningGuard running(this, ERunning::Code);  // binding runs a class library's initialisers
     return configuration_->GetBeanType(name) != nullptr;
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId, std::uint32_t index) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    CRunningGuard running(this, ERunning::Code);  // the registration's maker
     return configuration_->GetService(typeId, index);
 }
 
 std::shared_ptr<IObject> CBeanFactoryImpl::GetService(const char* typeId) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    CRunningGuard running(this, ERunning::Code);
     return configuration_->GetService(typeId);
 }
 
@@ -137,6 +179,7 @@ std::shared_ptr<ITypeRegistration> CBeanFactoryImpl::RegisterService(
 
 void CBeanFactoryImpl::ReleaseInstance(const std::shared_ptr<IObject>& instance) {
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    CRunningGuard running(this, ERunning::Code);  // a last share ends the object: its release function
     configuration_->ReleaseInstance(instance);
 }
 
@@ -175,8 +218,17 @@ void CBeanFactoryImpl::CreateEagerBeans() {
     for (const auto& [name, library] : configuration_->GetEagerBeans()) GetBeanWrapper(name.c_str(), library);
 }
 
+void CBeanFactoryImpl::RefuseFromOwnCode(const char* operation) const {
+    if (Running(this))
+        throw CException(Message(L"Operation '", operation, L"' is not allowed from code that its factory is running"));
+}
+
 void CBeanFactoryImpl::ResetFactory() {
+    // From inside, it would pull the store and the singletons from under the
+    // code that called it.
+    RefuseFromOwnCode("Reset");
     std::lock_guard<std::recursive_mutex> guard(lock_);
+    CRunningGuard running(this, ERunning::Code);  // destructors and release functions
     instances_.Clear();
     wrappers_.Clear();
     types_.reset();
@@ -199,13 +251,30 @@ void CBeanFactoryImpl::SetRequestObserver(std::shared_ptr<IBeanRequestObserver> 
 
 BeanPair CBeanFactoryImpl::Fail(const char* name, const std::wstring& reason) {
     if (t_observedReason != nullptr) NoteObservedReason(reason);
-    if (failureHandler_) {
+    // A request made by the handler itself (a fallback) doesn't come back to
+    // it with its own failures: that could recurse without end.
+    if (failureHandler_ && !Running(this, ERunning::Handler)) {
         try {
-            failureHandler_(name, reason, CurrentRequestChain());
+            // Called through a copy, so that it may replace or remove itself.
+            BeanFailureHandler handler = failureHandler_;
+            CRunningGuard running(this, ERunning::Handler);
+            handler(name, reason, CurrentRequestChain());
         } catch (...) {
         }
     }
     return {};
+}
+
+void TellReleaseFailure(const std::wstring& what) noexcept {
+    // Only a factory running on this thread can be told: a release has no
+    // other way back to the factory whose service made the object.
+    if (t_running == nullptr) return;
+    auto* factory = const_cast<CBeanFactoryImpl*>(t_running->factory);
+    try {
+        std::lock_guard<std::recursive_mutex> guard(factory->lock_);
+        factory->Fail("", what.empty() ? L"Release function failed" : L"Release function failed: " + what);
+    } catch (...) {
+    }
 }
 
 std::shared_ptr<const IBeanWrapper> CBeanFactoryImpl::GetClassWrapper(SBeanType& bean) {
@@ -248,10 +317,10 @@ BeanPair CBeanFactoryImpl::Serve(const char* name, const SLibrary* library, unsi
             }
         }
         if (fromContainer && BeingMade(this, name)) return Fail(name, L"Already being made: a cycle");
-        if (t_making.size() >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
+        if (t_makingDepth >= kMaxRequestDepth) return Fail(name, L"Requests nested too deeply");
         if (platform::StackLeft() < kRequestStackReserve)
             return Fail(name, L"Requests nested too deeply for the thread's stack");
-        if (t_making.empty() && !t_eagerPass) t_madeForRequest = 0;
+        if (t_makingDepth == 0 && !t_eagerPass) t_madeForRequest = 0;
         if (++t_madeForRequest > kMaxBeansPerRequest)
             return Fail(name, L"More than 1000000 beans made for one request");
         CMakingGuard making(this, name);
@@ -276,8 +345,9 @@ BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* lib
         observer = observer_;
         request.name = name;
         request.library = library != nullptr ? library->path.c_str() : nullptr;
-        request.depth = t_making.size();
+        request.depth = t_makingDepth;
         request.thread = std::this_thread::get_id();
+        CRunningGuard running(this, ERunning::Code);
         if (observer) observer->OnRequestStart(request);
     } catch (...) {
         // A failed lock fails the request below as it would unobserved; an
@@ -296,6 +366,7 @@ BeanPair CBeanFactoryImpl::ObservedRequest(const char* name, const SLibrary* lib
             request.outcome = EBeanRequestOutcome::Failed;
             if (request.reason.empty()) request.reason = L"The request gave no object";
         }
+        CRunningGuard running(this, ERunning::Code);
         observer->OnRequestEnd(request);
     } catch (...) {
     }
@@ -376,7 +447,9 @@ BeanPair CBeanFactoryImpl::FailQuietly(const char* name, const char* what) noexc
 
 std::vector<std::string> CurrentRequestChain() {
     std::vector<std::string> chain;
-    for (const SMaking& making : t_making) chain.emplace_back(making.name);
+    for (const SRunning* frame = t_running; frame != nullptr; frame = frame->outer)
+        if (frame->kind == ERunning::Making) chain.emplace_back(frame->name);
+    std::reverse(chain.begin(), chain.end());
     return chain;
 }
 

@@ -56,7 +56,12 @@ public:
     // Asks for every eager bean, in reading order.
     void CreateEagerBeans();
     // Lets go of singletons and wrappers and gives the factory a new, empty store.
+    // Throws CException when called from code that this factory is running.
     void ResetFactory();
+    // Throws CException naming `operation` if this thread is running code on
+    // behalf of this factory: a bean's, a service maker, a release function,
+    // a failure handler or an observer.
+    void RefuseFromOwnCode(const char* operation) const;
 
     // Installs (or, with an empty function, removes) the handler of dropped
     // bean failures. Off by default.
@@ -90,6 +95,7 @@ private:
     // Tells the failure handler why a request gives up; the empty pair.
     BeanPair Fail(const char* name, const std::wstring& reason);
     BeanPair FailQuietly(const char* name, const char* what) noexcept;
+    friend void TellReleaseFailure(const std::wstring& what) noexcept;
     // The message with the loader's reason behind it, for the handler alone.
     BeanPair FailToLoad(const char* name, const CLoadFailure& failure) noexcept;
 
@@ -104,6 +110,10 @@ private:
     std::atomic<bool> observed_{false};
     std::shared_ptr<IBeanRequestObserver> observer_;
 };
+
+// Tells the failure handler of the factory that this thread is running, if
+// any, that a release function threw `what` (empty: not an exception of ours).
+void TellReleaseFailure(const std::wstring& what) noexcept;
 
 // The names of the beans being made on this thread, outermost first.
 std::vector<std::string> CurrentRequestChain();

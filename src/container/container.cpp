@@ -33,10 +33,26 @@ CBeanFactoryImpl& Impl(const std::shared_ptr<IBeanFactory>& factory) {
     return *impl;
 }
 
+// Set while this thread holds the startup mutex, which isn't recursive: eager
+// bean code that loads a configuration anywhere would wait for itself.
+thread_local bool t_loading = false;
+
+// Refuses a load from code that it would pull the ground from under, before
+// anything of the document is read.
+void RefuseLoad(const std::shared_ptr<IBeanFactory>& factory, const char* operation = "load") {
+    if (t_loading)
+        throw CException(Message(L"Operation '", operation, L"' is not allowed from code that a load is running"));
+    Impl(factory).RefuseFromOwnCode(operation);
+}
+
 void Load(const std::shared_ptr<IBeanFactory>& factory, CConfiguration&& configuration) {
     CBeanFactoryImpl& impl = Impl(factory);
     {
         std::lock_guard<std::mutex> startup(StartupMutex());
+        struct SLoading {
+            SLoading() { t_loading = true; }
+            ~SLoading() { t_loading = false; }
+        } loading;
         impl.LoadConfiguration(configuration);
         impl.CreateEagerBeans();
     }
@@ -44,11 +60,13 @@ void Load(const std::shared_ptr<IBeanFactory>& factory, CConfiguration&& configu
 }
 
 void LoadText(const std::shared_ptr<IBeanFactory>& factory, const char* text) {
+    RefuseLoad(factory);
     Load(factory, ReadConfigurationText(factory.get(), text));
 }
 
 void LoadFile(const std::shared_ptr<IBeanFactory>& factory, const wchar_t* path) {
     if (path == nullptr) path = L"";
+    RefuseLoad(factory);
     Load(factory, ReadConfigurationFile(factory.get(), path));
 }
 
@@ -89,6 +107,7 @@ void CContainer::ReleaseInstance(std::shared_ptr<IObject> instance) {
 void CContainer::Reset() { Impl(factory_).ResetFactory(); }
 
 void CContainer::Reset(const char* text) {
+    RefuseLoad(factory_, "Reset");  // before the old content goes
     {
         std::shared_ptr<IBeanFactory> factory = factory_;
         Impl(factory).ResetFactory();
@@ -97,6 +116,7 @@ void CContainer::Reset(const char* text) {
 }
 
 void CContainer::Reset(const wchar_t* path) {
+    RefuseLoad(factory_, "Reset");  // before the old content goes
     {
         std::shared_ptr<IBeanFactory> factory = factory_;
         Impl(factory).ResetFactory();

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "foundation/string_convert.h"
+#include "library/policy.h"
 #include "platform/module.h"
 #include "types/bean_type.h"
 #include "zem/kit/symbol.h"
@@ -18,6 +19,12 @@ CLoadFailure::CLoadFailure(const std::string& path, std::string reason)
     : CException(Message(L"Could not load library '", path, L"'")), reason_(std::move(reason)) {}
 
 CDynamicLibrary::CDynamicLibrary(const char* path) : module_(nullptr), path_(path != nullptr ? path : "") {
+    // The running program is there already; anything else is checked before
+    // the loader opens it, since loading runs the library's initialisers.
+    if (!path_.empty() && !platform::IsRunningProgram(path_.c_str())) {
+        if (platform::NamesNonRegularFile(path_.c_str())) throw CLoadFailure(path_, "not a regular file");
+        CheckLibraryPolicy(path_);
+    }
     std::string reason;
     module_ = platform::LoadModule(path_.c_str(), &reason);
     if (module_ == nullptr) throw CLoadFailure(path_, std::move(reason));
@@ -26,28 +33,35 @@ CDynamicLibrary::CDynamicLibrary(const char* path) : module_(nullptr), path_(pat
 void* CDynamicLibrary::GetSymbol(const char* name) const { return platform::FindSymbol(module_, name); }
 
 void* CLocalLibrary::GetSymbol(const char* name) const {
+    std::lock_guard<std::mutex> guard(mutex_);
     if (makers_.IsEmpty()) return nullptr;
     const WrapperMaker* maker = makers_.Find(std::string_view(name));
     return maker != nullptr ? reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(*maker)) : nullptr;
 }
 
 void CLocalLibrary::RegisterWrapperMaker(const std::string& symbol, WrapperMaker maker) {
+    std::lock_guard<std::mutex> guard(mutex_);
     makers_.FindOrInsert(std::string_view(symbol)) = maker;
 }
 
 bool CLocalLibrary::UnregisterWrapperMaker(const std::string& symbol) {
+    std::lock_guard<std::mutex> guard(mutex_);
     return makers_.Erase(std::string_view(symbol));
 }
 
 void CLocalLibrary::RegisterTypeId(const char* className, const char* typeId) {
     if (className == nullptr) return;
+    std::lock_guard<std::mutex> guard(mutex_);
     typeIds_.FindOrInsert(std::string_view(className)) = typeId != nullptr ? typeId : "";
 }
 
 const char* CLocalLibrary::GetTypeId(const char* className) const {
     if (className == nullptr) className = "";
-    if (!typeIds_.IsEmpty()) {
-        if (const std::string* typeId = typeIds_.Find(std::string_view(className))) return typeId->c_str();
+    {
+        std::lock_guard<std::mutex> guard(mutex_);
+        if (!typeIds_.IsEmpty()) {
+            if (const std::string* typeId = typeIds_.Find(std::string_view(className))) return typeId->c_str();
+        }
     }
     throw CException(Message(L"No type id for class '", className, L"' registered"));
 }

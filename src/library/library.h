@@ -3,6 +3,7 @@
 // definitions of a library record into bound bean types.
 #pragma once
 
+#include <mutex>
 #include <string>
 
 #include "config/configuration.h"
@@ -48,7 +49,8 @@ private:
 };
 
 // The process-wide table of makers and type ids, shared by all factories.
-// Its maps have no lock: registrations must not run beside look-ups.
+// A leaf lock guards its maps: a class library may register while it loads
+// for one container while another container looks up.
 class CLocalLibrary : public ILibrary, public ILibraryConfiguration, public KtSingleton<CLocalLibrary> {
 public:
     const char* GetPath() const override { return nullptr; }
@@ -63,6 +65,7 @@ public:
     const char* GetTypeId(const char* className) const;
 
 private:
+    mutable std::mutex mutex_;
     KtMap<std::string, WrapperMaker> makers_;
     KtMap<std::string, std::string> typeIds_;
 };

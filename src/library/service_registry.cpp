@@ -1,7 +1,8 @@
-// Service registrations and the service operations of a store. None of this
-// takes the factory's lock: a host keeps registration and look-ups apart.
+// Service registrations and the service operations of a store. The factory
+// calls them under its lock.
 #include "library/service_registry.h"
 
+#include "container/bean_factory.h"
 #include "foundation/string_convert.h"
 #include "library/release_table.h"
 #include "zem/exception.h"
@@ -9,6 +10,21 @@
 namespace ZEM {
 
 namespace {
+
+// The text of a failure, if there is memory for it.
+void KeepText(std::wstring& kept, const std::wstring& text) noexcept {
+    try {
+        kept = text;
+    } catch (...) {
+    }
+}
+
+void KeepText(std::wstring& kept, const char* text) noexcept {
+    try {
+        kept = Widen(text);
+    } catch (...) {
+    }
+}
 
 // Deleter of a service object with a release function.
 struct SDeleter {
@@ -30,14 +46,29 @@ std::shared_ptr<IObject> CReleaseTable::Track(std::unique_ptr<IObject> object,
 }
 
 void CReleaseTable::Release(IObject* object) {
+    // A deleter must not throw: a release function that does is told to the
+    // failure handler, and the object goes all the same.
+    bool failed = false;
+    std::wstring what;
     {
         std::lock_guard<std::mutex> guard(mutex_);
         if (auto* function = functions_.Find(object)) {
-            if (*function) (*function)(object);
+            try {
+                if (*function) (*function)(object);
+            } catch (const CException& error) {
+                failed = true;
+                KeepText(what, error.GetMessageW());
+            } catch (const std::exception& error) {
+                failed = true;
+                KeepText(what, error.what());
+            } catch (...) {
+                failed = true;
+            }
             functions_.Erase(object);
         }
     }
     delete object;
+    if (failed) TellReleaseFailure(what);
 }
 
 std::size_t CReleaseTable::Size() {

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <limits.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -18,11 +19,8 @@ std::string ExecutablePath() {
     return std::string(buffer, static_cast<size_t>(length));
 }
 
-namespace {
-
-// True if `path` names the running executable, also through a relative path
-// or a link. The loader refuses to open a program a second time.
-bool IsExecutable(const char* path) {
+bool IsRunningProgram(const char* path) {
+    if (path == nullptr || *path == '\0') return false;
     std::string self = ExecutablePath();
     if (self.empty()) return false;
     if (self == path) return true;
@@ -30,12 +28,16 @@ bool IsExecutable(const char* path) {
     return ::realpath(path, resolved) != nullptr && self == resolved;
 }
 
-}  // namespace
+bool NamesNonRegularFile(const char* path) {
+    if (path == nullptr || std::strchr(path, '/') == nullptr) return false;
+    struct stat status;
+    return ::stat(path, &status) == 0 && !S_ISREG(status.st_mode);
+}
 
 void* LoadModule(const char* path, std::string* reason) {
     void* module = nullptr;
     if (path != nullptr && *path != '\0')
-        module = IsExecutable(path) ? ::dlopen(nullptr, RTLD_NOW) : ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
+        module = IsRunningProgram(path) ? ::dlopen(nullptr, RTLD_NOW) : ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr && reason != nullptr) {
         // The text lives in the loader's per-thread buffer until its next call.
         const char* text = ::dlerror();

@@ -3,8 +3,10 @@
 #include "types/bean_type.h"
 
 #include <cstring>
+#include <new>
 
 #include "foundation/string_convert.h"
+#include "platform/thread_exit.h"
 #include "types/property_pool.h"
 #include "zem/exception.h"
 
@@ -75,24 +77,45 @@ namespace {
 
 // Address lists of finished calls, kept by each thread for its next calls so
 // that a call with arguments seldom allocates. Calls nest (an argument that
-// refers to a bean makes that bean), hence several.
+// refers to a bean makes that bean), hence several. The thread-local state is
+// a plain pointer: the lists end through a thread-exit slot, which can fail
+// without taking the process down when memory is short.
 struct SSpareLists {
     static constexpr int kKept = 8;
-    // Calls made while the thread's objects are being destroyed keep nothing.
-    ~SSpareLists() { closed = true; }
     std::vector<void*> lists[kKept];
     int count = 0;
-    bool closed = false;
 };
-thread_local SSpareLists t_spareLists;
+thread_local SSpareLists* t_spareLists = nullptr;
+// The thread keeps no lists: it is ending, or there was no room for them.
+thread_local bool t_spareClosed = false;
+
+void EndSpareLists(void* lists) {
+    delete static_cast<SSpareLists*>(lists);
+    t_spareLists = nullptr;
+    t_spareClosed = true;
+}
+
+// This thread's lists, made at its first need; null if it keeps none.
+SSpareLists* SpareLists() noexcept {
+    if (t_spareLists != nullptr || t_spareClosed) return t_spareLists;
+    static platform::CThreadExitSlot slot(&EndSpareLists);
+    auto* lists = new (std::nothrow) SSpareLists;
+    if (lists == nullptr || !slot.Set(lists)) {
+        delete lists;
+        t_spareClosed = true;
+        return nullptr;
+    }
+    t_spareLists = lists;
+    return lists;
+}
 
 }  // namespace
 
 CCallArguments::CCallArguments(const std::vector<SArgument>& arguments, IBeanFactory* factory,
                                CTypeRegistry* types, const SLibrary* library, IType** knownTypes) {
     if (arguments.empty()) return;
-    SSpareLists& spare = t_spareLists;
-    if (spare.count != 0 && !spare.closed) values_ = std::move(spare.lists[--spare.count]);
+    SSpareLists* spare = SpareLists();
+    if (spare != nullptr && spare->count != 0) values_ = std::move(spare->lists[--spare->count]);
     try {
         values_.reserve(arguments.size());
         if (arguments.size() > kInPlace) more_.reserve(arguments.size() - kInPlace);
@@ -116,9 +139,9 @@ void CCallArguments::Release() noexcept {
         --held_;
     }
     while (held_ > 0) inPlace_[--held_] = ValueHolder();
-    SSpareLists& spare = t_spareLists;
-    if (values_.capacity() != 0 && spare.count < SSpareLists::kKept && !spare.closed)
-        spare.lists[spare.count++] = std::move(values_);
+    if (values_.capacity() == 0) return;
+    SSpareLists* spare = t_spareLists;  // made by the constructor, if there was room
+    if (spare != nullptr && spare->count < SSpareLists::kKept) spare->lists[spare->count++] = std::move(values_);
 }
 
 bool ApplyProperty(const SProperty& property, IBeanFactory* factory, IObject* object, const IBeanWrapper& wrapper,

@@ -13,7 +13,7 @@ endif()
 
 # "words typed|expected offers"
 set(cases "zem ex|explain" "zem help l|list lint" "zem --v|--version" "zem check --n|--no-eager" "zem xml --r|--root"
-          "zem xml --root |" "zem lint a.xml --|--help --load --json" "zem graph --|--help --format"
+          "zem xml --root |" "zem lint a.xml --|--help --load --allow --json" "zem graph --|--help --format"
           "zem graph --format |dot svg" "zem graph --format s|svg")
 foreach(case ${cases})
   string(REPLACE "|" ";" case "${case}")

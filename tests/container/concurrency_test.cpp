@@ -125,4 +125,28 @@ TEST_F(ConcurrencyTest, ContainersOnManyThreads) {
     EXPECT_FALSE(CContainer().Exists("threads.single")) << "the next shared factory is a new one";
 }
 
+// A class library that registers its classes as it loads for one container,
+// while another container resolves `ref service` through the same local
+// library: the registrations and the look-ups must not race.
+TEST_F(ConcurrencyTest, LocalLibraryRegistrationsBesideServiceLookups) {
+    ZEM::ILibraryConfiguration& local = ZEM::GetLocalLibrary();
+    local.RegisterTypeId("IThreadKnown", "zem.test.IThreadKnown");
+    factory_->RegisterService("zem.test.IThreadKnown", false, std::make_shared<CService>(), nullptr);
+    Load(*factory_, {{RecordingLibrary(), {Bean("needs", "Widget").Method("make(obj)").Arg("service", "IThreadKnown")}}});
+    FixtureLog::Enable(false);
+
+    std::thread loading([&] {
+        for (int i = 0; i < 2000; ++i) {
+            const std::string name = "IThread" + std::to_string(i);
+            local.RegisterTypeId(name.c_str(), name.c_str());
+            local.RegisterWrapperMaker("create_" + name + "_Wrapper", nullptr);
+            local.UnregisterWrapperMaker("create_" + name + "_Wrapper");
+        }
+    });
+    int made = 0;
+    for (int i = 0; i < 500; ++i) made += factory_->GetBean("needs", nullptr) ? 1 : 0;
+    loading.join();
+    EXPECT_EQ(made, 500);
+}
+
 }  // namespace

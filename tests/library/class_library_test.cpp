@@ -1,5 +1,7 @@
 // Class libraries: loading and binding at the first need, maker symbols, the
 // local library, and this executable as a class library of its own.
+#include <sys/stat.h>
+
 #include "fixtures/common/recording_wrapper.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
@@ -103,12 +105,38 @@ TEST_F(ClassLibraryTest, LocalMakersAndTheRunningProgram) {
 }
 
 // A module can register classes and type ids as it loads; a provides element
-// loads the bean's library first, so its type ids can be named.
-TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
-    std::string text = "<zem><library path='" + FixturePath("registering") +
+// loads the bean's library first, so its type ids can be named. Before that,
+// on every road, the host's policy is asked with the path as it will be
+// opened, and a library it refuses runs nothing.
+TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoadsIfThePolicyAllows) {
+    const std::string path = FixturePath("registering");
+    const std::string spelt = std::string(ZEM_FIXTURE_DIR) + "/./libregistering.so";
+    std::string text = "<zem><library path='" + path +
                        "'><beans><bean name='first' class='Registered'/><bean name='r' class='Registered' singleton='true'>"
                        "<provides><interface>IRegistered</interface></provides></bean></beans></library></zem>";
+    struct SDefaultPolicyAtEnd {
+        ~SDefaultPolicyAtEnd() { ZEM::SetLibraryPolicy(nullptr); }
+    } atEnd;
+    Lines asked;
+    ZEM::SetLibraryPolicy([&](const char* opened) {
+        asked.emplace_back(opened);
+        return false;
+    });
+    const std::wstring refused = ZEM::Widen("Library '" + path + "' is not allowed by the host");
+    EXPECT_EQ(MessageOf([&] { ZEM::CContainer(text.c_str()); }), refused);
+    const std::string lazy = "<zem><library path='" + path + "'><beans><bean name='first' class='Registered'/></beans>"
+                             "</library><library><beans><bean name='at' class='Registered@" + spelt + "'/></beans></library></zem>";
+    ZEM::CContainer refusing(lazy.c_str());
+    EXPECT_EQ(MessageOf([&] { refusing.Exists("first"); }), refused);
+    Failures failures(dynamic_cast<ZEM::CBeanFactoryImpl&>(refusing.Factory()));
+    EXPECT_FALSE(refusing.GetBean("at"));
+    EXPECT_EQ(failures.Take(), Lines{"at: Library '" + spelt + "' is not allowed by the host"});
+    EXPECT_EQ(asked, (Lines{path, path, spelt}));
+    EXPECT_TRUE(FixtureLog::Starting("loaded ").empty()) << "the library's initialiser ran";
+
+    ZEM::SetLibraryPolicy(nullptr);
     ZEM::CContainer container(text.c_str());
+    EXPECT_EQ(FixtureLog::Starting("loaded "), Lines{"loaded registering"});
     std::shared_ptr<ZEM::IObject> service = container.Factory().GetService("zem.test.IRegistered");
     ASSERT_TRUE(service);
     EXPECT_EQ(container.GetBean("r"), service);
@@ -120,8 +148,13 @@ TEST_F(ClassLibraryTest, AModuleRegistersItsClassesAsItLoads) {
 TEST_F(ClassLibraryTest, ALibraryThatCannotBeLoaded) {
     TempDir temp;
     std::string notAModule = temp.Write("libtext.so", "this is not a shared object\n");
+    // What is no regular file is never opened: a FIFO would block the loader.
+    const std::string fifo = temp.Path("libfifo.so");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const std::pair<std::string, std::string> cases[] = {{notAModule, " (" + notAModule + ": "},
-                                                         {std::string(), " (empty path)"}};
+                                                         {std::string(), " (empty path)"},
+                                                         {fifo, " (not a regular file)"},
+                                                         {temp.Path(""), " (not a regular file)"}};
     for (const auto& [path, reason] : cases) {
         SCOPED_TRACE(path);
         auto factory = std::make_shared<ZEM::CBeanFactoryImpl>();

@@ -141,6 +141,21 @@ TEST_F(ServiceRegistryTest, ReleaseFunctions) {
     factory_->RegisterService("B", false, Probe("instance"), nullptr)->SetReleaseFunction([&](IObject*) { ++releases; });
     factory_->GetService("B").reset();
 
+    // One that throws ends no process: the object goes all the same, and a
+    // release inside a call of the factory is told to its failure handler.
+    {
+        Failures failures(*factory_);
+        int thrown = 0;
+        auto throwing = factory_->RegisterService("T", false, Maker("thrown", thrown), nullptr);
+        throwing->SetSingleton().SetReleaseFunction([](IObject*) { throw ZEM::CException(L"the device is gone"); });
+        IObject* held = factory_->GetService("T").get();
+        throwing.reset();
+        FixtureLog::Take();
+        factory_->ReleaseInstance(std::shared_ptr<IObject>(std::shared_ptr<IObject>(), held));  // owning nothing
+        EXPECT_EQ(FixtureLog::Take(), Lines{"~thrown1"});
+        EXPECT_EQ(failures.Take(), Lines{": Release function failed: the device is gone"});
+    }
+
     std::shared_ptr<IObject> object = factory_->GetService("A");
     ASSERT_TRUE(object);
     EXPECT_EQ(ZEM::ReleaseTable().Size(), tracked + 1);

@@ -41,14 +41,15 @@ foreach(line ${command_lines})
   set(summary "${CMAKE_MATCH_2}")
   list(APPEND verbs ${verb})
   help_of(text ${verb})
-  # Options from the usage line: "[--name]" or "[--name VALUE]". A VALUE of
-  # alternatives (dot|svg) is completed from them, one that names a file
-  # (OUT.json) from file names, any other (NAME) not at all.
+  # Options from the usage line: "[--name]" or "[--name VALUE]", perhaps
+  # nested ("[--load [--allow DIR]...]"). A VALUE of alternatives (dot|svg) is
+  # completed from them, one that names a file (OUT.json) from file names, DIR
+  # from folders, any other (NAME) not at all.
   string(REGEX MATCH "^usage: [^\n]*" usage "${text}")
-  string(REGEX MATCHALL "\\[--[a-z-]+( [^] ]+)?\\]" option_words "${usage}")
+  string(REGEX MATCHALL "\\[--[a-z-]+( [^][ -][^][ ]*)?" option_words "${usage}")
   set(options "--help")
   foreach(option ${option_words})
-    string(REGEX MATCH "^\\[(--[a-z-]+)( ([^]]+))?\\]$" parts "${option}")
+    string(REGEX MATCH "^\\[(--[a-z-]+)( (.+))?$" parts "${option}")
     set(name ${CMAKE_MATCH_1})
     set(value "${CMAKE_MATCH_3}")
     list(APPEND options ${name})
@@ -57,6 +58,8 @@ foreach(line ${command_lines})
       string(APPEND cases "        ${verb}:${name}) COMPREPLY=(\$(compgen -W \"${value}\" -- \"\$cur\")); return ;;\n")
     elseif(value MATCHES "\\.|FILE")
       string(APPEND cases "        ${verb}:${name}) COMPREPLY=(\$(compgen -f -- \"\$cur\")); return ;;\n")
+    elseif(value STREQUAL "DIR")
+      string(APPEND cases "        ${verb}:${name}) COMPREPLY=(\$(compgen -d -- \"\$cur\")); return ;;\n")
     elseif(value)
       string(APPEND cases "        ${verb}:${name}) return ;;\n")
     endif()

@@ -7,6 +7,7 @@
 #include "cli.h"
 #include "output.h"
 #include "foundation/string_convert.h"
+#include "library_policy.h"
 #include "session.h"
 #include "verbs.h"
 #include "zem/exception.h"
@@ -16,7 +17,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem check [--no-eager] [--json] FILE...\n"
+    "usage: zem check [--no-eager] [--json] [--allow DIR]... FILE...\n"
     "\n"
     "Loads each FILE into a private container as a host does: its includes,\n"
     "the class libraries it needs, and its eager beans. Prints\n"
@@ -33,7 +34,9 @@ constexpr const char* kHelp =
     "               when it loaded without failures), \"beans\", \"libraries\",\n"
     "               \"services\" (when it loaded), \"diagnostics\": [{\"file\",\n"
     "               \"line\", \"column\" (0 when not known), \"severity\",\n"
-    "               \"message\"}]}\n";
+    "               \"message\"}]}\n"
+    "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
+    "               without it, from wherever the document says\n";
 
 // What check finds in one document; `counts` only when it loaded.
 struct SChecked {
@@ -99,9 +102,11 @@ void PrintJson(const std::vector<SChecked>& all) {
 
 int RunCheck(const Args& args) {
     const std::optional<SParsedArgs> command =
-        ParseCommand(args, {{"--no-eager", false}, {"--json", false}}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
+        ParseCommand(args, {{"--no-eager", false}, {"--json", false}, kAllowOption}, kHelp, 1,
+                     static_cast<std::size_t>(-1), "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    ApplyAllowOption(parsed);
     std::vector<SChecked> all;
     bool allWell = true;
     for (const std::string& file : parsed.operands) {

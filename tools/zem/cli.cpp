@@ -37,11 +37,12 @@ SParsedArgs ParseArgs(const std::vector<std::string>& args, std::initializer_lis
         if (!option->takesValue) {
             if (equals != std::string::npos) throw CUsageError("option '" + name + "' takes no value");
             parsed.flags.insert(name);
-        } else if (equals != std::string::npos) {
-            parsed.values[name] = arg.substr(equals + 1);
         } else {
-            if (i + 1 >= args.size()) throw CUsageError("option '" + name + "' needs a value");
-            parsed.values[name] = args[++i];
+            if (equals == std::string::npos && i + 1 >= args.size())
+                throw CUsageError("option '" + name + "' needs a value");
+            std::string& value = parsed.values[name];
+            value = equals != std::string::npos ? arg.substr(equals + 1) : args[++i];
+            if (option->repeatable) parsed.lists[name].push_back(value);
         }
     }
     return parsed;

@@ -26,12 +26,14 @@ public:
 struct SOptionSpec {
     const char* name;  // with the dashes, e.g. "--json"
     bool takesValue;
+    bool repeatable = false;  // each value is kept, in order, in `lists`
 };
 
 struct SParsedArgs {
     bool help = false;
     std::set<std::string> flags;
-    std::map<std::string, std::string> values;
+    std::map<std::string, std::string> values;  // the last value of each option
+    std::map<std::string, std::vector<std::string>> lists;
     std::vector<std::string> operands;
 
     bool Has(const char* flag) const { return flags.count(flag) != 0; }

@@ -9,6 +9,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "library_policy.h"
 #include "output.h"
 #include "session.h"
 #include "verbs.h"
@@ -18,7 +19,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem explain [--no-eager] [--json] FILE NAME\n"
+    "usage: zem explain [--no-eager] [--json] [--allow DIR]... FILE NAME\n"
     "\n"
     "Loads FILE as a host does, then requests the bean NAME from outside any\n"
     "library, as a host's GetBean does. If that gives an object:\n"
@@ -43,7 +44,9 @@ constexpr const char* kHelp =
     "               [{\"bean\", \"reason\", \"chain\"}] (every failure dropped, in\n"
     "               order), \"hint\", \"cycle\"}; null where there is none. For a\n"
     "               FILE that doesn't load, \"outcome\" is \"not loaded\" and\n"
-    "               \"summary\" the library's message\n";
+    "               \"summary\" the library's message\n"
+    "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
+    "               without it, from wherever the document says\n";
 
 // What explain found out about one request, before it is printed.
 struct SExplanation {
@@ -184,9 +187,10 @@ void PrintJson(const std::string& file, const std::string& name, const SExplanat
 
 int RunExplain(const Args& args) {
     const std::optional<SParsedArgs> command =
-        ParseCommand(args, {{"--no-eager", false}, {"--json", false}}, kHelp, 2, 2, "FILE and NAME");
+        ParseCommand(args, {{"--no-eager", false}, {"--json", false}, kAllowOption}, kHelp, 2, 2, "FILE and NAME");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    ApplyAllowOption(parsed);
     const std::string& file = parsed.operands[0];
     const std::string& name = parsed.operands[1];
 

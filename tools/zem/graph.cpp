@@ -16,6 +16,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "library_policy.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
 #include "platform/module.h"
@@ -175,6 +176,7 @@ int RunGraph(const Args& args) {
     const std::optional<SParsedArgs> command = ParseCommand(args, {{"--format", true}}, kHelp, 1, 1, "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    RefuseEveryLibrary();  // reading a document runs none of its code
     const auto format = parsed.values.find("--format");
     const bool svg = format != parsed.values.end() && format->second == "svg";
     if (format != parsed.values.end() && !svg && format->second != "dot")

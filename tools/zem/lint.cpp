@@ -10,6 +10,7 @@
 #include "grammar.h"
 #include "foundation/string_convert.h"
 #include "lint.h"
+#include "library_policy.h"
 #include "session.h"
 #include "types/type_registry.h"
 #include "verbs.h"
@@ -20,7 +21,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem lint [--load] [--json] FILE\n"
+    "usage: zem lint [--load [--allow DIR]...] [--json] FILE\n"
     "\n"
     "Reads FILE and its includes as a host does, without making any bean, and\n"
     "prints a warning for each of these, as FILE:LINE:COLUMN: warning: TEXT\n"
@@ -42,7 +43,10 @@ constexpr const char* kHelp =
     "           a library without a path is the host program and is skipped\n"
     "  --json   one JSON object: {\"file\", \"diagnostics\": [{\"file\", \"line\",\n"
     "           \"column\" (0 when not known), \"severity\" (\"error\" or\n"
-    "           \"warning\"), \"message\"}]}, in the order of the text output\n";
+    "           \"warning\"), \"message\"}]}, in the order of the text output\n"
+    "  --allow DIR  with --load: load class libraries only from under DIR\n"
+    "           (repeatable). Without --load, no class library is loaded: a\n"
+    "           document that needs one to be read is reported as an error\n";
 
 SSpot ArgumentSpot(const SBeanSpots* spots, bool inProperty, std::size_t property, std::size_t argument) {
     if (spots == nullptr) return {};
@@ -147,10 +151,17 @@ void LintDefinitions(const ZEM::CConfigurationStore& store, const CBeanIndex& in
 }
 
 int RunLint(const Args& args) {
-    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--load", false}, {"--json", false}}, kHelp, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command =
+        ParseCommand(args, {{"--load", false}, {"--json", false}, kAllowOption}, kHelp, 1, 1, "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
+    if (parsed.Has("--load"))
+        ApplyAllowOption(parsed);
+    else if (parsed.lists.count(kAllowOption.name) != 0)
+        throw CUsageError("option '--allow' needs '--load'");
+    else
+        RefuseEveryLibrary();  // reading a document runs none of its code
 
     CFindings findings;
     CSourceMap map;

@@ -5,6 +5,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "library_policy.h"
 #include "foundation/string_convert.h"
 #include "platform/module.h"
 #include "session.h"
@@ -140,6 +141,7 @@ int RunList(const Args& args) {
     const std::optional<SParsedArgs> command = ParseCommand(args, {{"--json", false}}, kHelp, 1, 1, "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    RefuseEveryLibrary();  // reading a document runs none of its code
     const std::string& file = parsed.operands.front();
     CSession session;
     if (!LoadOrTell(session, file, false)) return kExitFinding;

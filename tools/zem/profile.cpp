@@ -15,6 +15,7 @@
 #include "foundation/string_convert.h"
 #include "profile_recorder.h"
 #include "profile_trace.h"
+#include "library_policy.h"
 #include "session.h"
 #include "verbs.h"
 #include "zem/diagnostics.h"
@@ -25,7 +26,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem profile [--json] [--trace OUT.json] [--html OUT.html] FILE...\n"
+    "usage: zem profile [--json] [--trace OUT.json] [--html OUT.html] [--allow DIR]... FILE...\n"
     "\n"
     "Loads each FILE into a private container as a host does (as check does)\n"
     "and prints where the time of the load went, slowest first:\n"
@@ -44,7 +45,9 @@ constexpr const char* kHelp =
     "  --trace OUT.json  write the spans in the Chrome trace-event format,\n"
     "                    which Perfetto and chrome://tracing show as a flame chart\n"
     "  --html OUT.html   write a page that draws the trace as nested bars,\n"
-    "                    with no network access\n";
+    "                    with no network access\n"
+    "  --allow DIR       load class libraries only from under DIR (repeatable);\n"
+    "                    without it, from wherever the document says\n";
 
 SProfiledLoad ProfileOne(const std::string& file) {
     SProfiledLoad load;
@@ -124,10 +127,11 @@ void WriteFile(const std::string& path, const std::vector<SProfiledLoad>& loads,
 
 int RunProfile(const Args& args) {
     const std::optional<SParsedArgs> command =
-        ParseCommand(args, {{"--json", false}, {"--trace", true}, {"--html", true}}, kHelp, 1,
+        ParseCommand(args, {{"--json", false}, {"--trace", true}, {"--html", true}, kAllowOption}, kHelp, 1,
                      static_cast<std::size_t>(-1), "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    ApplyAllowOption(parsed);
     std::vector<SProfiledLoad> loads;
     bool allWell = true;
     for (const std::string& file : parsed.operands) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli.h"
+#include "library_policy.h"
 #include "output.h"
 #include "verbs.h"
 #include "xml/xml_document.h"
@@ -115,6 +116,7 @@ int RunXml(const Args& args) {
     const std::optional<SParsedArgs> command = ParseCommand(args, {{"--root", true}}, kHelp, 1, 1, "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
+    RefuseEveryLibrary();  // reading a document runs none of its code
     const std::string& file = parsed.operands.front();
     const auto root = parsed.values.find("--root");
     const char* rootName = root != parsed.values.end() ? root->second.c_str() : nullptr;

@@ -45,11 +45,14 @@ foreach(line ${command_lines})
   # nested ("[--load [--allow DIR]...]"). A VALUE of alternatives (dot|svg) is
   # completed from them, one that names a file (OUT.json) from file names, DIR
   # from folders, any other (NAME) not at all.
+  # The brackets become blanks first: an unbalanced '[' would keep a CMake
+  # list from splitting.
   string(REGEX MATCH "^usage: [^\n]*" usage "${text}")
-  string(REGEX MATCHALL "\\[--[a-z-]+( [^][ -][^][ ]*)?" option_words "${usage}")
+  string(REGEX REPLACE "[][]" " " usage "${usage}")
+  string(REGEX MATCHALL "--[a-z-]+( [^ -][^ ]*)?" option_words "${usage}")
   set(options "--help")
   foreach(option ${option_words})
-    string(REGEX MATCH "^\\[(--[a-z-]+)( (.+))?$" parts "${option}")
+    string(REGEX MATCH "^(--[a-z-]+)( (.+))?$" parts "${option}")
     set(name ${CMAKE_MATCH_1})
     set(value "${CMAKE_MATCH_3}")
     list(APPEND options ${name})

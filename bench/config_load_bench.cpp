@@ -116,7 +116,8 @@ void BM_ReadParsedTree(benchmark::State& state) {
     for (auto _ : state) {
         target.emplace(nullptr);
         ZEM::CConfiguration read(nullptr);
-        ZEM::ReadLibraries(read, root);
+        ZEM::CReading reading;
+        ZEM::ReadLibraries(read, reading, root, ".");
         target->MergeConfiguration(read);
         benchmark::DoNotOptimize(target->Store().libraries.size());
         EndUntimed(state, target, teardown);

@@ -13,7 +13,7 @@ seconds="${1:-60}"
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$root"
 
-targets=(xml_parse_text xml_parse_file container_text container_file)
+targets=(xml_parse_text xml_parse_file xml_differential container_text container_file)
 
 cmake --preset fuzz >/dev/null
 cmake --build build-fuzz -j2 --target "${targets[@]/#/fuzz_}"

@@ -11,6 +11,7 @@
 
 #include "zem/bean_factory.h"
 #include "zem/export.h"
+#include "zem/limits.h"
 #include "zem/object.h"
 
 namespace ZEM {
@@ -53,6 +54,9 @@ public:
     void Reset(const char* text);
     // Empties the factory, then loads the file.
     void Reset(const wchar_t* path);
+    // What each later load into this handle's factory (the Reset forms) may
+    // cost; the defaults until set. Passing one is a CException.
+    void SetReadingLimits(const SReadingLimits& limits);
 
     // The factory of this handle.
     IBeanFactory& Factory() const { return *factory_; }

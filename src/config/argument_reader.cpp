@@ -19,14 +19,15 @@ namespace ZEM {
 namespace {
 
 // Reads the `count` children `argument` of `element`, in document order, into `into`.
-void ReadArgumentElements(CConfiguration& configuration, const XMLNode& element, int count, SBean& bean,
+void ReadArgumentElements(CConfiguration& configuration, CReading& reading, const XMLNode& element, int count,
+                          SBean& bean,
                           const ParameterMap& parameters, SLibrary* library, std::vector<SArgument>& into) {
     into.reserve(into.size() + static_cast<std::size_t>(count));
     std::int32_t position = 0;
     for (int i = 0; i < count; ++i) {
         XMLNode child = element.NextChild("argument", &position);
         SArgument argument;
-        ReadArgument(configuration, child, argument, bean, parameters, library);
+        ReadArgument(configuration, reading, child, argument, bean, parameters, library);
         into.push_back(std::move(argument));
     }
 }
@@ -36,28 +37,27 @@ bool HasText(const char* value) { return value != nullptr && *value != '\0'; }
 // Inner beans may nest this deep in one bean. Each level is a few frames of
 // the readers, and the limit keeps a document within a small thread stack.
 // The refusal names the outermost bean, the one a reader can find.
-constexpr int kMaxInnerBeanNesting = 8;
-thread_local int t_innerBeanNesting = 0;
-thread_local const SBean* t_outermostHolder = nullptr;
-
 class CInnerBeanLevel {
 public:
-    explicit CInnerBeanLevel(const SBean& holder) {
-        if (t_innerBeanNesting == 0) t_outermostHolder = &holder;
-        if (t_innerBeanNesting >= kMaxInnerBeanNesting)
-            throw CException(Message(L"Inner beans nested too deeply in bean '", t_outermostHolder->name, L"'"));
-        ++t_innerBeanNesting;
+    CInnerBeanLevel(CReading& reading, const SBean& holder) : reading_(reading) {
+        if (reading.innerBeanNesting == 0) reading.outermostBean = holder.name;
+        if (reading.innerBeanNesting >= reading.Limits().innerBeanNesting)
+            throw CException(Message(L"Inner beans nested too deeply in bean '", reading.outermostBean, L"'"));
+        ++reading.innerBeanNesting;
     }
-    ~CInnerBeanLevel() { --t_innerBeanNesting; }
+    ~CInnerBeanLevel() { --reading_.innerBeanNesting; }
     CInnerBeanLevel(const CInnerBeanLevel&) = delete;
     CInnerBeanLevel& operator=(const CInnerBeanLevel&) = delete;
+
+private:
+    CReading& reading_;
 };
 
 // An inner bean: an anonymous definition that exists for one argument. Its
 // record joins its library now, so it stands before the bean that holds it.
-void ReadInnerBean(CConfiguration& configuration, const XMLNode& element, SArgument& argument,
+void ReadInnerBean(CConfiguration& configuration, CReading& reading, const XMLNode& element, SArgument& argument,
                    const SBean& holder, const ParameterMap& parameters, SLibrary* library) {
-    CInnerBeanLevel level(holder);
+    CInnerBeanLevel level(reading, holder);
     std::string uuid;
     if (!platform::NewUuidText(uuid)) throw CException(L"Could not create uuid for unnamed bean");
 
@@ -73,44 +73,45 @@ void ReadInnerBean(CConfiguration& configuration, const XMLNode& element, SArgum
     innerName += Widen(className);
 
     SBean inner;
-    SLibrary* owner = ReadBean(configuration, element, inner, parameters, library, Narrow(innerName).c_str());
+    SLibrary* owner = ReadBean(configuration, reading, element, inner, parameters, library, Narrow(innerName).c_str());
     argument.value = inner.name;
     owner->beans.push_back(std::move(inner));
 }
 
 }  // namespace
 
-void ReadConstructorArguments(CConfiguration& configuration, const XMLNode& element, SBean& bean,
+void ReadConstructorArguments(CConfiguration& configuration, CReading& reading, const XMLNode& element, SBean& bean,
                               const ParameterMap& parameters, SLibrary* library) {
     const int count = element.ChildCount("argument");
     if (count == 0)
         throw CException(Message(L"Error while parsing constructor arguments of bean '", bean.name,
                                  L"': There are no arguments"));
-    ReadArgumentElements(configuration, element, count, bean, parameters, library, bean.arguments);
+    ReadArgumentElements(configuration, reading, element, count, bean, parameters, library, bean.arguments);
 }
 
-void ReadProperties(CConfiguration& configuration, const XMLNode& element, SBean& bean,
+void ReadProperties(CConfiguration& configuration, CReading& reading, const XMLNode& element, SBean& bean,
                     const ParameterMap& parameters, SLibrary* library) {
     static const std::vector<const char*> kTags{"property"};
     // The callbacks capture one pointer, small enough for std::function to
     // hold without a heap allocation for every bean.
     struct SScope {
         CConfiguration& configuration;
+        CReading& reading;
         SBean& bean;
         const ParameterMap& parameters;
         SLibrary* library;
-    } scope{configuration, bean, parameters, library};
+    } scope{configuration, reading, bean, parameters, library};
     ForEachElement(
-        element, kTags, parameters,
+        element, kTags, parameters, reading,
         [s = &scope](const XMLNode& child) {
-            ReadProperty(s->configuration, child, s->bean, s->parameters, s->library);
+            ReadProperty(s->configuration, s->reading, child, s->bean, s->parameters, s->library);
         },
         [s = &scope](const XMLNode& loop, const ParameterMap& loopParameters) {
-            ReadProperties(s->configuration, loop, s->bean, loopParameters, s->library);
+            ReadProperties(s->configuration, s->reading, loop, s->bean, loopParameters, s->library);
         });
 }
 
-void ReadProperty(CConfiguration& configuration, const XMLNode& element, SBean& bean,
+void ReadProperty(CConfiguration& configuration, CReading& reading, const XMLNode& element, SBean& bean,
                   const ParameterMap& parameters, SLibrary* library) {
     // Tested as written: a name that substitutes to nothing is accepted.
     const char* name = element.AttributeValue("name");
@@ -118,16 +119,17 @@ void ReadProperty(CConfiguration& configuration, const XMLNode& element, SBean& 
         throw CException(L"Error while parsing property: There is no valid attribute 'name'");
 
     SProperty property;
-    property.name = SubstitutedName(name, parameters);
+    property.name = SubstitutedName(name, parameters, reading);
+    property.spot = SSourceSpot{reading.FileNumber(), element.SourceOffset()};
 
     // Without `arguments` the property element holds its one value itself.
     XMLNode arguments = element.NextChild("arguments");
     if (arguments.IsEmpty()) {
         SArgument argument;
-        ReadArgument(configuration, element, argument, bean, parameters, library);
+        ReadArgument(configuration, reading, element, argument, bean, parameters, library);
         property.arguments.push_back(std::move(argument));
     } else {
-        ReadArgumentElements(configuration, arguments, arguments.ChildCount("argument"), bean, parameters, library,
+        ReadArgumentElements(configuration, reading, arguments, arguments.ChildCount("argument"), bean, parameters, library,
                              property.arguments);
     }
     if (property.arguments.empty()) throw CException(L"Error while parsing property: Missing arguments");
@@ -135,7 +137,7 @@ void ReadProperty(CConfiguration& configuration, const XMLNode& element, SBean& 
     bean.properties.push_back(std::move(property));
 }
 
-void ReadArgument(CConfiguration& configuration, const XMLNode& element, SArgument& argument,
+void ReadArgument(CConfiguration& configuration, CReading& reading, const XMLNode& element, SArgument& argument,
                   const SBean& bean, const ParameterMap& parameters, SLibrary* library) {
     // The first form found decides; the others aren't looked at.
     if (XMLNode value = element.NextChild("value"); !value.IsEmpty()) {
@@ -143,24 +145,27 @@ void ReadArgument(CConfiguration& configuration, const XMLNode& element, SArgume
         if (type == nullptr)
             throw CException(Message(L"Error while parsing arguments of bean '", bean.name,
                                      L"': Type is not defined"));
-        argument.type = SubstitutedName(type, parameters);
-        argument.value = SubstitutedName(value.Text(), parameters);
+        argument.type = SubstitutedName(type, parameters, reading);
+        argument.value = SubstitutedName(value.Text(), parameters, reading);
+        argument.spot = SSourceSpot{reading.FileNumber(), value.SourceOffset()};
         return;
     }
 
-    if (!element.NextChild("nullptr").IsEmpty()) {
+    if (XMLNode null = element.NextChild("nullptr"); !null.IsEmpty()) {
         argument.type = "nullptr";
+        argument.spot = SSourceSpot{reading.FileNumber(), null.SourceOffset()};
         return;
     }
 
     if (XMLNode ref = element.NextChild("ref"); !ref.IsEmpty()) {
+        argument.spot = SSourceSpot{reading.FileNumber(), ref.SourceOffset()};
         // Tested as written; with both attributes `bean` counts.
         if (const char* name = ref.AttributeValue("bean"); HasText(name)) {
             argument.type = "bean";
-            argument.value = SubstitutedName(name, parameters);
+            argument.value = SubstitutedName(name, parameters, reading);
         } else if (const char* service = ref.AttributeValue("service"); HasText(service)) {
             argument.type = "service";
-            argument.value = SubstitutedName(service, parameters);
+            argument.value = SubstitutedName(service, parameters, reading);
         } else {
             throw CException(Message(L"Error while parsing arguments of bean '", bean.name,
                                      L"': There is no valid reference bean or service name"));
@@ -169,7 +174,8 @@ void ReadArgument(CConfiguration& configuration, const XMLNode& element, SArgume
     }
 
     if (XMLNode inner = element.NextChild("bean"); !inner.IsEmpty()) {
-        ReadInnerBean(configuration, inner, argument, bean, parameters, library);
+        argument.spot = SSourceSpot{reading.FileNumber(), inner.SourceOffset()};
+        ReadInnerBean(configuration, reading, inner, argument, bean, parameters, library);
         return;
     }
 

@@ -94,66 +94,69 @@ private:
 
 // An attribute through the substitution engine, made narrow. An absent one
 // gives `fallback` untouched.
-std::string ReadAttribute(const char* value, const ParameterMap& parameters, const char* fallback = "") {
-    return value != nullptr ? SubstitutedName(value, parameters) : std::string(fallback);
+std::string ReadAttribute(const char* value, const ParameterMap& parameters, CReading& reading,
+                          const char* fallback = "") {
+    return value != nullptr ? SubstitutedName(value, parameters, reading) : std::string(fallback);
 }
 
 // A truth value attribute; an absent one gives `fallback`.
-bool ReadFlag(const char* value, const ParameterMap& parameters, bool fallback) {
-    return value != nullptr ? SubstitutedFlag(value, parameters) : fallback;
+bool ReadFlag(const char* value, const ParameterMap& parameters, CReading& reading, bool fallback) {
+    return value != nullptr ? SubstitutedFlag(value, parameters, reading) : fallback;
 }
 
 // The bean's name as written: the attribute, or for an inner bean the name its
 // holder made up, both substituted.
-std::string ReadName(const CBeanAttributes& attributes, const ParameterMap& parameters, const char* innerName) {
+std::string ReadName(const CBeanAttributes& attributes, const ParameterMap& parameters, CReading& reading,
+                     const char* innerName) {
     if (innerName != nullptr && *innerName != '\0')
-        return SubstitutedName(innerName, parameters);
-    return ReadAttribute(attributes[AttrName], parameters);
+        return SubstitutedName(innerName, parameters, reading);
+    return ReadAttribute(attributes[AttrName], parameters, reading);
 }
 
 // Reads a `provides` element or a loop inside one. A loop reads its
 // `interface` elements with its variable, as the loops of `beans` do.
-void ReadProvides(CConfiguration& configuration, const XMLNode& element, SLibrary* library,
+void ReadProvides(CConfiguration& configuration, CReading& reading, const XMLNode& element, SLibrary* library,
                   const ParameterMap& parameters, SBean& bean) {
     static const std::vector<const char*> kTags{"interface"};
     ForEachElement(
-        element, kTags, parameters,
-        [&](const XMLNode& child) { ReadInterface(configuration, library, parameters, bean, child); },
+        element, kTags, parameters, reading,
+        [&](const XMLNode& child) { ReadInterface(configuration, reading, library, parameters, bean, child); },
         [&](const XMLNode& loop, const ParameterMap& loopParameters) {
-            ReadProvides(configuration, loop, library, loopParameters, bean);
+            ReadProvides(configuration, reading, loop, library, loopParameters, bean);
         });
 }
 
-void ReadDependsOn(const XMLNode& element, const ParameterMap& parameters, SBean& bean) {
+void ReadDependsOn(const XMLNode& element, const ParameterMap& parameters, CReading& reading, SBean& bean) {
     const int count = element.ChildCount("bean-name");
     std::int32_t position = 0;
     for (int i = 0; i < count; ++i) {
         XMLNode child = element.NextChild("bean-name", &position);
-        bean.dependsOn.push_back(SubstitutedName(child.Text(), parameters));
+        bean.dependsOn.push_back(SubstitutedName(child.Text(), parameters, reading));
+        bean.dependsOnSpots.push_back(SSourceSpot{reading.FileNumber(), child.SourceOffset()});
     }
 }
 
 }  // namespace
 
-std::string SubstitutedName(const char* text, const ParameterMap& parameters) {
+std::string SubstitutedName(const char* text, const ParameterMap& parameters, CReading& reading) {
     if (text == nullptr) return std::string();
     // Decoding and encoding again give ASCII back unchanged.
     if (parameters.IsEmpty()) {
         const std::size_t length = std::strlen(text);
         if (IsAscii(text, length)) return std::string(text, length);
     }
-    return Narrow(SubstituteParameters(text, parameters).View());
+    return Narrow(SubstituteParameters(text, parameters, &reading).View());
 }
 
-bool SubstitutedFlag(const char* text, const ParameterMap& parameters) {
+bool SubstitutedFlag(const char* text, const ParameterMap& parameters, CReading& reading) {
     if (parameters.IsEmpty() && text != nullptr) {
         if (std::strcmp(text, "true") == 0) return true;
         if (std::strcmp(text, "false") == 0) return false;
     }
-    return ParameterToBool(SubstituteParameters(text, parameters).c_str());
+    return ParameterToBool(SubstituteParameters(text, parameters, &reading).c_str());
 }
 
-void ReadBeans(CConfiguration& configuration, const XMLNode& element, SLibrary* library,
+void ReadBeans(CConfiguration& configuration, CReading& reading, const XMLNode& element, SLibrary* library,
                const ParameterMap& parameters) {
     static const std::vector<const char*> kTags{"bean", "service"};
     // Most beans stay in the element's library; room for them at once spares
@@ -164,26 +167,26 @@ void ReadBeans(CConfiguration& configuration, const XMLNode& element, SLibrary* 
                                static_cast<std::size_t>(element.ChildCount("service"));
     if (needed > beans.capacity()) beans.reserve(std::max(needed, 2 * beans.capacity()));
     ForEachElement(
-        element, kTags, parameters,
+        element, kTags, parameters, reading,
         [&](const XMLNode& child) {
             SBean bean;
-            SLibrary* owner = ReadBean(configuration, child, bean, parameters, library, nullptr);
+            SLibrary* owner = ReadBean(configuration, reading, child, bean, parameters, library, nullptr);
             owner->beans.push_back(std::move(bean));
         },
         [&](const XMLNode& loop, const ParameterMap& loopParameters) {
-            ReadBeans(configuration, loop, library, loopParameters);
+            ReadBeans(configuration, reading, loop, library, loopParameters);
         });
 }
 
-SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean& bean,
+SLibrary* ReadBean(CConfiguration& configuration, CReading& reading, const XMLNode& element, SBean& bean,
                    const ParameterMap& parameters, SLibrary* library, const char* innerName) {
     const bool inner = innerName != nullptr && *innerName != '\0';
     const CBeanAttributes attributes(element);
 
-    std::string className = ReadAttribute(attributes[AttrClass], parameters);
+    std::string className = ReadAttribute(attributes[AttrClass], parameters, reading);
     if (className.empty())
         throw CException(Message(L"Missing class name when parsing type '",
-                                 ReadName(attributes, parameters, innerName), L"'"));
+                                 ReadName(attributes, parameters, reading, innerName), L"'"));
 
     // Only the first '@' separates, and not at the very start: "@Foo" is a
     // class name, "a@b@c" the class a of the library "b@c".
@@ -194,23 +197,24 @@ SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean&
         className.resize(at);
     }
     bean.className = std::move(className);
+    bean.spot = SSourceSpot{reading.FileNumber(), element.SourceOffset()};
 
-    bean.name = ReadName(attributes, parameters, innerName);
+    bean.name = ReadName(attributes, parameters, reading, innerName);
 
-    bean.singleton = inner ? false : ReadFlag(attributes[AttrSingleton], parameters, false);
-    bean.lazy = inner ? true : ReadFlag(attributes[AttrLazy], parameters, true);
-    bean.autoname = ReadFlag(attributes[AttrAutoname], parameters, false);
-    bean.exported = inner ? true : ReadFlag(attributes[AttrExported], parameters, true);
+    bean.singleton = inner ? false : ReadFlag(attributes[AttrSingleton], parameters, reading, false);
+    bean.lazy = inner ? true : ReadFlag(attributes[AttrLazy], parameters, reading, true);
+    bean.autoname = ReadFlag(attributes[AttrAutoname], parameters, reading, false);
+    bean.exported = inner ? true : ReadFlag(attributes[AttrExported], parameters, reading, true);
 
-    bean.initMethod = ReadAttribute(attributes[AttrInitMethod], parameters);
-    bean.exitMethod = ReadAttribute(attributes[AttrExitMethod], parameters);
-    bean.factoryBean = ReadAttribute(attributes[AttrFactoryBean], parameters);
+    bean.initMethod = ReadAttribute(attributes[AttrInitMethod], parameters, reading);
+    bean.exitMethod = ReadAttribute(attributes[AttrExitMethod], parameters, reading);
+    bean.factoryBean = ReadAttribute(attributes[AttrFactoryBean], parameters, reading);
 
     // A present but empty attribute stays empty; it doesn't fall back on the
     // class. A ':' at position 0 cuts nothing.
     const char* writtenMethod = attributes[AttrFactoryMethod];
     std::string written;
-    if (writtenMethod != nullptr) written = SubstitutedName(writtenMethod, parameters);
+    if (writtenMethod != nullptr) written = SubstitutedName(writtenMethod, parameters, reading);
     const std::string& method = writtenMethod != nullptr ? written : bean.className;
     const std::size_t colon = method.rfind(':');
     bean.factoryMethod.assign(method, colon != std::string::npos && colon > 0 ? colon + 1 : 0);
@@ -225,22 +229,22 @@ SLibrary* ReadBean(CConfiguration& configuration, const XMLNode& element, SBean&
 
     // The children in a fixed order, whatever their order in the document.
     XMLNode child = element.NextChild("constructor-arg");
-    if (!child.IsEmpty()) ReadConstructorArguments(configuration, child, bean, parameters, library);
+    if (!child.IsEmpty()) ReadConstructorArguments(configuration, reading, child, bean, parameters, library);
 
     child = element.NextChild("properties");
-    if (!child.IsEmpty()) ReadProperties(configuration, child, bean, parameters, library);
+    if (!child.IsEmpty()) ReadProperties(configuration, reading, child, bean, parameters, library);
 
     child = element.NextChild("provides");
-    if (!child.IsEmpty()) ReadProvides(configuration, child, library, parameters, bean);
+    if (!child.IsEmpty()) ReadProvides(configuration, reading, child, library, parameters, bean);
 
     child = element.NextChild("depends-on");
-    if (!child.IsEmpty()) ReadDependsOn(child, parameters, bean);
+    if (!child.IsEmpty()) ReadDependsOn(child, parameters, reading, bean);
 
     return owner;
 }
 
-void ReadInterface(CConfiguration& configuration, SLibrary* library, const ParameterMap& parameters,
-                   SBean& bean, const XMLNode& element) {
+void ReadInterface(CConfiguration& configuration, CReading& reading, SLibrary* library,
+                   const ParameterMap& parameters, SBean& bean, const XMLNode& element) {
     // The class library registers its type ids when it is loaded, so it is
     // bound before the name is looked up.
     bool refused = false;
@@ -251,7 +255,7 @@ void ReadInterface(CConfiguration& configuration, SLibrary* library, const Param
         refused = true;
     }
 
-    const std::string name = SubstitutedName(element.Text(), parameters);
+    const std::string name = SubstitutedName(element.Text(), parameters, reading);
     if (name.empty()) throw CException(L"Error while parsing interface: Missing interface name");
 
     if (refused) {

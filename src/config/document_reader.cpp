@@ -4,14 +4,19 @@
 // Reset forms; a document that fails leaves the factory untouched.
 #include "config/document_reader.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <memory>
 #include <new>
+#include <string_view>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "config/bean_reader.h"
 #include "foundation/string_convert.h"
+#include "platform/file.h"
 #include "platform/module.h"
 #include "substitution/loops.h"
 #include "zem/exception.h"
@@ -21,10 +26,6 @@ namespace ZEM {
 namespace {
 
 constexpr const char* kRootName = "zem";
-
-// Includes nested deeper than this are refused, so that a chain of files that
-// name each other in ever new ways still ends.
-constexpr std::size_t kMaxIncludeDepth = 64;
 
 // The form in which a path reaches the file system: every '\' becomes '/'.
 std::string FileSystemPath(const std::wstring& path) {
@@ -40,6 +41,27 @@ std::wstring BaseDirectory(const std::wstring& path) {
     std::size_t at = path.rfind(L'\\');
     if (at == std::wstring::npos) at = path.rfind(L'/');
     return at == std::wstring::npos ? std::wstring() : path.substr(0, at + 1);
+}
+
+// The folder a document stands in, as the file system knows it and made
+// absolute, since a class library is loaded long after the reading, when the
+// current directory may have changed; the current directory for a text.
+std::string DocumentFolder(const std::wstring& base) {
+    std::error_code error;
+    const std::string folder = FileSystemPath(base);
+    std::filesystem::path absolute = std::filesystem::absolute(folder.empty() ? "." : folder, error);
+    if (error) return folder.empty() ? "." : folder;
+    std::string text = absolute.lexically_normal().string();
+    while (text.size() > 1 && text.back() == '/') text.pop_back();
+    return text;
+}
+
+// `path` with every %zem:dir% replaced by `folder`.
+std::string WithDocumentFolder(std::string path, const std::string& folder) {
+    constexpr std::string_view kVariable = kDocumentFolderVariable;
+    for (std::size_t at = path.find(kVariable); at != std::string::npos; at = path.find(kVariable, at + folder.size()))
+        path.replace(at, kVariable.size(), folder);
+    return path;
 }
 
 // The path with links, "." and ".." resolved as far as it exists; as given
@@ -60,23 +82,60 @@ std::string ReadingIdentity(const std::string& fileSystemPath, const std::wstrin
     return Canonical(fileSystemPath) + '\n' + Canonical(directory.empty() ? "." : directory);
 }
 
-thread_local ParseWatch t_parseWatch;
-
-// The span of one parse, for the watch of this thread if there is one.
+// The span of one parse, for the load's watch if there is one.
 class CParseSpan {
 public:
-    CParseSpan() {
-        if (t_parseWatch) t_parseWatch(true);
+    explicit CParseSpan(const CReading& reading) : reading_(reading) {
+        if (reading_.parseWatch) reading_.parseWatch(true);
     }
     ~CParseSpan() {
         try {
-            if (t_parseWatch) t_parseWatch(false);
+            if (reading_.parseWatch) reading_.parseWatch(false);
         } catch (...) {
         }
     }
     CParseSpan(const CParseSpan&) = delete;
     CParseSpan& operator=(const CParseSpan&) = delete;
+
+private:
+    const CReading& reading_;
 };
+
+struct SBufferFree {
+    void operator()(unsigned char* buffer) const { std::free(buffer); }
+};
+
+// Opens and parses the file at `path`, refusing what is not a regular file
+// and what the load can't afford, before a byte of it is read.
+XMLNode ParseDocumentFile(const std::wstring& path, const std::string& fileSystemPath, CReading& reading,
+                          std::uint32_t& number) {
+    platform::CInputFile input;
+    switch (input.Open(fileSystemPath.c_str())) {
+        case platform::CInputFile::Opened: break;
+        case platform::CInputFile::NotRegular: throw CException(L"File '" + path + L"' is not a regular file");
+        default: throw CException(L"File '" + path + L"' not found");
+    }
+    number = reading.ChargeFile(path, input.Size());
+
+    SXmlParseResult result;
+    XMLNode root;
+    std::string text;
+    {
+        CParseSpan span(reading);
+        const auto size = static_cast<std::size_t>(input.Size());
+        std::unique_ptr<unsigned char, SBufferFree> buffer(static_cast<unsigned char*>(std::malloc(size + 4)));
+        if (buffer == nullptr) throw std::bad_alloc();
+        std::size_t read = 0;
+        if (!input.Read(buffer.get(), size, read)) throw CException(L"File '" + path + L"' not found");
+        root = ParseFileContent(buffer.get(), read, kRootName, &result, reading.onDocument ? &text : nullptr);
+    }
+    if (result.error == XmlOutOfMemory) throw std::bad_alloc();
+    if (result.error != XmlNoError)
+        throw CParseFailure(L"Error while parsing file '" + path + L"': " + DescribeParseError(result, kRootName), path,
+                            std::move(result));
+    if (reading.onDocument) reading.onDocument(number, path, text, root);
+    return root;
+}
 
 // One file being read: parsed, its includes read up to `next`, each merged
 // into its configuration as soon as it was read.
@@ -86,6 +145,7 @@ struct SOpenFile {
     std::string identity;  // as ReadingIdentity gives it
     XMLNode root;
     CConfiguration configuration;
+    std::uint32_t number = 0;  // among the files of the load
     int includes = 0;
     int next = 0;
     std::int32_t position = 0;
@@ -94,30 +154,20 @@ struct SOpenFile {
 // Parses `path` into a new entry of `open`, refusing a file that is already
 // being read against the same base directory, and a chain of includes
 // deeper than the limit.
-void OpenFile(IBeanFactory* factory, std::wstring path, std::vector<SOpenFile>& open) {
+void OpenFile(IBeanFactory* factory, std::wstring path, std::vector<SOpenFile>& open, CReading& reading) {
     const std::string fileSystemPath = FileSystemPath(path);
     std::wstring base = BaseDirectory(path);
     std::string identity = ReadingIdentity(fileSystemPath, base);
     for (const SOpenFile& file : open)
         if (file.identity == identity) throw CException(L"Include cycle at file '" + path + L"'");
-    if (open.size() >= kMaxIncludeDepth)
+    if (open.size() >= reading.Limits().includeDepth)
         throw CException(L"Includes nested too deeply at file '" + path + L"'");
 
-    SXmlParseResult result;
-    XMLNode root;
-    {
-        CParseSpan span;
-        root = ParseFile(fileSystemPath.c_str(), kRootName, &result);
-    }
-    if (result.error == XmlOutOfMemory) throw std::bad_alloc();
-    if (result.error == XmlFileNotFound) throw CException(L"File '" + path + L"' not found");
-    if (result.error != XmlNoError)
-        throw CException(L"Error while parsing file '" + path + L"': " +
-                         DescribeParseError(result, kRootName));
-
+    std::uint32_t number = 0;
+    XMLNode root = ParseDocumentFile(path, fileSystemPath, reading, number);
     const int includes = root.ChildCount("include");
     open.push_back(SOpenFile{std::move(path), std::move(base), std::move(identity), std::move(root),
-                             CConfiguration(factory), includes});
+                             CConfiguration(factory), number, includes});
 }
 
 // The path of the next include of `file`, joined to its base directory.
@@ -135,19 +185,18 @@ std::wstring NextInclude(SOpenFile& file) {
 // Includes come before everything else in a file, depth first, each merged
 // as soon as it is read, so that a name clash names the first file that
 // repeats it. The chain of open files is kept on the heap, not the stack.
-CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path) {
-    CLoopReading reading;
+CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path, CReading& reading) {
     std::vector<SOpenFile> open;
-    OpenFile(factory, path, open);
+    OpenFile(factory, path, open, reading);
     for (;;) {
         SOpenFile& file = open.back();
         if (file.next < file.includes) {
-            OpenFile(factory, NextInclude(file), open);
+            OpenFile(factory, NextInclude(file), open, reading);
             continue;
         }
         file.configuration.Store().path = file.path;
-        reading.SetFile(file.path);
-        ReadLibraries(file.configuration, file.root);
+        reading.SetFile(file.path, file.number);
+        ReadLibraries(file.configuration, reading, file.root, DocumentFolder(file.base));
         CConfiguration done = std::move(file.configuration);
         open.pop_back();
         if (open.empty()) return done;
@@ -157,41 +206,55 @@ CConfiguration ReadFile(IBeanFactory* factory, const std::wstring& path) {
 
 }  // namespace
 
-void SetParseWatch(ParseWatch watch) { t_parseWatch = std::move(watch); }
-
-CConfiguration ReadConfigurationFile(IBeanFactory* factory, const wchar_t* path) {
-    return ReadFile(factory, path != nullptr ? std::wstring(path) : std::wstring());
+CConfiguration ReadConfigurationFile(IBeanFactory* factory, const wchar_t* path, CReading& reading) {
+    return ReadFile(factory, path != nullptr ? std::wstring(path) : std::wstring(), reading);
 }
 
-CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text) {
+CConfiguration ReadConfigurationFile(IBeanFactory* factory, const wchar_t* path) {
+    CReading reading;
+    return ReadConfigurationFile(factory, path, reading);
+}
+
+CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text, CReading& reading) {
     CConfiguration configuration(factory);
     if (text == nullptr || *text == '\0') return configuration;
-    CLoopReading reading;
+    const std::size_t length = std::strlen(text);
+    reading.ChargeText(length);
 
     SXmlParseResult result;
     XMLNode root;
     {
-        CParseSpan span;
-        root = ParseText(text, kRootName, &result);
+        CParseSpan span(reading);
+        root = ParseText(text, length, kRootName, &result);
     }
     if (result.error == XmlOutOfMemory) throw std::bad_alloc();
     if (result.error != XmlNoError)
-        throw CException(L"Error while parsing xml: " + DescribeParseError(result, kRootName));
+        throw CParseFailure(L"Error while parsing xml: " + DescribeParseError(result, kRootName), std::wstring(),
+                            std::move(result));
+    reading.SetFile(std::wstring(), 0);
+    if (reading.onDocument) reading.onDocument(0, std::wstring(), std::string(text, length), root);
 
-    ReadLibraries(configuration, root);
+    ReadLibraries(configuration, reading, root, DocumentFolder(std::wstring()));
     return configuration;
 }
 
-void ReadLibraries(CConfiguration& configuration, const XMLNode& root) {
+CConfiguration ReadConfigurationText(IBeanFactory* factory, const char* text) {
+    CReading reading;
+    return ReadConfigurationText(factory, text, reading);
+}
+
+void ReadLibraries(CConfiguration& configuration, CReading& reading, const XMLNode& root,
+                   const std::string& folder) {
     const int count = root.ChildCount("library");
     std::int32_t position = 0;
     for (int i = 0; i < count; ++i) {
         XMLNode element = root.NextChild("library", &position);
 
         // Taken as written: a library path is not resolved against the
-        // document's directory. No path means the host's own executable.
+        // document's directory, unless it names that folder itself. No path
+        // means the host's own executable.
         const char* written = element.AttributeValue("path");
-        std::string path = written != nullptr ? written : "";
+        std::string path = WithDocumentFolder(written != nullptr ? written : "", folder);
         if (path.empty()) {
             path = platform::ExecutablePath();
             if (path.empty())
@@ -204,7 +267,7 @@ void ReadLibraries(CConfiguration& configuration, const XMLNode& root) {
         XMLNode beans = element.NextChild("beans");
         if (!beans.IsEmpty()) {
             ParameterMap parameters;
-            ReadBeans(configuration, beans, library, parameters);
+            ReadBeans(configuration, reading, beans, library, parameters);
         }
     }
 }

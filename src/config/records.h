@@ -3,21 +3,33 @@
 // was not given.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace ZEM {
 
+// Where the element behind a record stands: the number of its file among
+// those its load read, in the order they were opened (0 for the main file or
+// a text), and the byte offset of its '<' in the text as parsed, -1 if
+// unknown. Tools turn it into line and column; the library only keeps it.
+struct SSourceSpot {
+    std::uint32_t file = 0;
+    std::int32_t offset = -1;
+};
+
 // One value of a constructor argument or a property.
 struct SArgument {
     std::string type;    // a type name, or "bean", "service", "nullptr"
     std::string value;   // UTF-8: the text, a bean name, an interface class name, or empty
+    SSourceSpot spot;    // the element of the value form that was read
 };
 
 // One property to inject; a finished record has at least one argument.
 struct SProperty {
     std::string name;
     std::vector<SArgument> arguments;
+    SSourceSpot spot;
 };
 
 // One bean definition.
@@ -36,6 +48,8 @@ struct SBean {
     bool autoname = false;
     bool lazy = true;
     std::string factoryBean;
+    SSourceSpot spot;
+    std::vector<SSourceSpot> dependsOnSpots;  // one per dependsOn entry
 };
 
 // One class library as a configuration names it. Beans live by value: no one

@@ -17,6 +17,7 @@
 #include "types/bean_type.h"
 #include "types/type_registry.h"
 #include "zem/bean_factory.h"
+#include "zem/limits.h"
 #include "zem/diagnostics.h"
 
 namespace ZEM {
@@ -69,6 +70,10 @@ public:
     // Installs (or, with null, removes) the observer of bean requests.
     void SetRequestObserver(std::shared_ptr<IBeanRequestObserver> observer);
 
+    // What each later load of a document into this factory may cost.
+    void SetReadingLimits(const SReadingLimits& limits) { readingLimits_ = limits; }
+    const SReadingLimits& ReadingLimits() const { return readingLimits_; }
+
     // For tests and tools: the store and the singletons.
     CConfiguration& Configuration() { return *configuration_; }
     std::recursive_mutex& Lock() { return lock_; }
@@ -109,6 +114,7 @@ private:
     // the lock, so that one replaced meanwhile is never called.
     std::atomic<bool> observed_{false};
     std::shared_ptr<IBeanRequestObserver> observer_;
+    SReadingLimits readingLimits_;
 };
 
 // Tells the failure handler of the factory that this thread is running, if

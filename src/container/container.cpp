@@ -61,13 +61,15 @@ void Load(const std::shared_ptr<IBeanFactory>& factory, CConfiguration&& configu
 
 void LoadText(const std::shared_ptr<IBeanFactory>& factory, const char* text) {
     RefuseLoad(factory);
-    Load(factory, ReadConfigurationText(factory.get(), text));
+    CReading reading(Impl(factory).ReadingLimits());
+    Load(factory, ReadConfigurationText(factory.get(), text, reading));
 }
 
 void LoadFile(const std::shared_ptr<IBeanFactory>& factory, const wchar_t* path) {
     if (path == nullptr) path = L"";
     RefuseLoad(factory);
-    Load(factory, ReadConfigurationFile(factory.get(), path));
+    CReading reading(Impl(factory).ReadingLimits());
+    Load(factory, ReadConfigurationFile(factory.get(), path, reading));
 }
 
 }  // namespace
@@ -103,6 +105,8 @@ void CContainer::ReleaseInstance(std::shared_ptr<IObject> instance) {
     std::shared_ptr<IObject> held = std::move(instance);  // dropped on return, also when this throws
     factory_->ReleaseInstance(held);
 }
+
+void CContainer::SetReadingLimits(const SReadingLimits& limits) { Impl(factory_).SetReadingLimits(limits); }
 
 void CContainer::Reset() { Impl(factory_).ResetFactory(); }
 

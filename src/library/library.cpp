@@ -66,6 +66,12 @@ const char* CLocalLibrary::GetTypeId(const char* className) const {
     throw CException(Message(L"No type id for class '", className, L"' registered"));
 }
 
+std::string CLocalLibrary::ClassNameOf(const std::string& typeId) const {
+    for (const auto& entry : typeIds_)
+        if (entry.value == typeId) return entry.key;
+    return std::string();
+}
+
 CLocalLibrary& LocalLibrary() { return CLocalLibrary::Instance(); }
 
 ILibraryConfiguration& GetLocalLibrary() { return LocalLibrary(); }

@@ -63,6 +63,9 @@ public:
     // The type id registered for `className`; throws "No type id for class
     // '...' registered". Valid as long as the entry is.
     const char* GetTypeId(const char* className) const;
+    // A class name registered with `typeId`, for tools that show what a
+    // document wrote; empty if none.
+    std::string ClassNameOf(const std::string& typeId) const;
 
 private:
     mutable std::mutex mutex_;

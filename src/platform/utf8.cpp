@@ -97,27 +97,20 @@ void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
             p = run;
             continue;
         }
-        int need;
-        char32_t c;
-        unsigned char lo = 0x80, hi = 0xBF;
-        if (b >= 0xC2 && b <= 0xDF) {
-            need = 1;
-            c = b & 0x1F;
-        } else if (b >= 0xE0 && b <= 0xEF) {
-            need = 2;
-            c = b & 0x0F;
-            if (b == 0xE0) lo = 0xA0;
-            if (b == 0xED) hi = 0x9F;
-        } else if (b >= 0xF0 && b <= 0xF4) {
-            need = 3;
-            c = b & 0x07;
-            if (b == 0xF0) lo = 0x90;
-            if (b == 0xF4) hi = 0x8F;
-        } else {
+        const int need = kUtf8Width[b] - 1;
+        if (need < 1) {
             out.push_back(kReplacement);
             ++p;
             continue;
         }
+        // The lead byte's own bits; the second byte's range excludes overlong
+        // forms, surrogates and code points above U+10FFFF.
+        char32_t c = b & (0x7F >> (need + 1));
+        unsigned char lo = 0x80, hi = 0xBF;
+        if (b == 0xE0) lo = 0xA0;
+        if (b == 0xED) hi = 0x9F;
+        if (b == 0xF0) lo = 0x90;
+        if (b == 0xF4) hi = 0x8F;
         const unsigned char* q = p + 1;
         bool ok = true;
         for (int i = 0; i < need; ++i, ++q) {

@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "foundation/string_convert.h"
 #include "platform/text.h"
+#include "substitution/reading.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -98,43 +98,44 @@ KtWStr CounterText(std::int32_t counter) {
     return KtWStr(wide, static_cast<std::size_t>(length));
 }
 
-thread_local CLoopReading* t_reading = nullptr;
-
 }  // namespace
 
 // The rounds of one loop as the reading runs them: an outermost loop is
 // weighed whole before its first round, nested rounds included, so that the
 // loops inside it need no check of their own; every loop adds a level.
-struct SLoopWalk {
-    SLoopWalk(const XMLNode& loop, const KtWStr& variable) : reading(*t_reading) {
-        if (reading.nesting_ >= kMaxLoopNesting)
-            throw CException(L"Loops nested too deeply at loop over '" + variable.ToStd() + L"'");
-        if (reading.nesting_ == 0) {
-            const SLoopCost left{kMaxLoopRounds - reading.rounds_, kMaxLoopBytes - reading.bytes_};
+class CLoopWalk {
+public:
+    CLoopWalk(const XMLNode& loop, const KtWStr& variable, CReading& reading) : reading_(reading) {
+        const SReadingLimits& limits = reading.Limits();
+        if (reading.loopNesting >= limits.loopNesting)
+            throw CException(L"Loops nested too deeply at loop over '" + variable.ToStd() + L"'" + reading.InFile());
+        if (reading.loopNesting == 0) {
+            const SLoopCost left{limits.loopRounds - std::min(reading.loopRounds, limits.loopRounds),
+                                 limits.loopBytes - std::min(reading.loopBytes, limits.loopBytes)};
             const SLoopCost cost = CountLoopCost(loop, left);
-            if (cost.rounds > left.rounds) Refuse(L" times", kMaxLoopRounds, variable);
-            if (cost.bytes > left.bytes) Refuse(L" bytes", kMaxLoopBytes, variable);
-            reading.rounds_ += cost.rounds;
-            reading.bytes_ += cost.bytes;
+            if (cost.rounds > left.rounds) Refuse(L" times", limits.loopRounds, variable);
+            if (cost.bytes > left.bytes) Refuse(L" bytes", limits.loopBytes, variable);
+            reading.loopRounds += cost.rounds;
+            reading.loopBytes += cost.bytes;
         }
-        ++reading.nesting_;
+        ++reading.loopNesting;
     }
-    ~SLoopWalk() { --reading.nesting_; }
+    ~CLoopWalk() { --reading_.loopNesting; }
+    CLoopWalk(const CLoopWalk&) = delete;
+    CLoopWalk& operator=(const CLoopWalk&) = delete;
 
+private:
     [[noreturn]] void Refuse(const wchar_t* what, std::uint64_t limit, const KtWStr& variable) {
-        std::wstring where = reading.file_.empty() ? L"" : L" in file '" + reading.file_ + L"'";
-        throw CException(L"Loops" + where + L" repeat more than " + std::to_wstring(limit) + what +
+        throw CException(L"Loops" + reading_.InFile() + L" repeat more than " + std::to_wstring(limit) + what +
                          L" at loop over '" + variable.ToStd() + L"'");
     }
-    SLoopWalk(const SLoopWalk&) = delete;
-    SLoopWalk& operator=(const SLoopWalk&) = delete;
 
-    CLoopReading& reading;
+    CReading& reading_;
 };
 
 namespace {
 
-void RunFor(const XMLNode& loop, const ParameterMap& parameters, const LoopCallback& onLoop) {
+void RunFor(const XMLNode& loop, const ParameterMap& parameters, CReading& reading, const LoopCallback& onLoop) {
     std::int32_t first = ReadBound(loop.AttributeValue("first"));
     std::int32_t last = ReadBound(loop.AttributeValue("last"));
     const char* incText = loop.AttributeValue("inc");
@@ -147,7 +148,7 @@ void RunFor(const XMLNode& loop, const ParameterMap& parameters, const LoopCallb
             throw CException(L"Loop over '" + variable.ToStd() + L"' wraps around before passing its last value");
     }
 
-    SLoopWalk walk(loop, variable);
+    CLoopWalk walk(loop, variable, reading);
     // One copy of the map serves the whole loop; each iteration overwrites
     // the variable's entry, which hides an outer variable of the same name.
     ParameterMap scope(parameters);
@@ -158,12 +159,13 @@ void RunFor(const XMLNode& loop, const ParameterMap& parameters, const LoopCallb
     }
 }
 
-void RunForEach(const XMLNode& loop, const ParameterMap& parameters, const LoopCallback& onLoop) {
+void RunForEach(const XMLNode& loop, const ParameterMap& parameters, CReading& reading,
+                const LoopCallback& onLoop) {
     const char* set = loop.AttributeValue("set");
     if (set == nullptr) set = "";
     KtWStr variable = ReadVariable(loop, L"Empty attribute 'substitute' in bean foreach loop");
 
-    SLoopWalk walk(loop, variable);
+    CLoopWalk walk(loop, variable, reading);
     ParameterMap scope(parameters);
     KtWStr& value = scope.FindOrInsert(variable);
     const char* rest = set;
@@ -230,9 +232,6 @@ private:
 
 }  // namespace
 
-CLoopReading::CLoopReading() : outer_(t_reading) { t_reading = this; }
-CLoopReading::~CLoopReading() { t_reading = outer_; }
-
 SLoopCost CountLoopCost(const XMLNode& loop, const SLoopCost& limit) {
     // Depth first with a stack of its own, since a tree may nest as deep as
     // the parser allows. Each entry carries the rounds of the loops around it.
@@ -257,10 +256,8 @@ SLoopCost CountLoopCost(const XMLNode& loop, const SLoopCost& limit) {
 }
 
 void ForEachElement(const XMLNode& parent, const std::vector<const char*>& tags,
-                    const ParameterMap& parameters, const ElementCallback& onElement,
+                    const ParameterMap& parameters, CReading& reading, const ElementCallback& onElement,
                     const LoopCallback& onLoop) {
-    std::optional<CLoopReading> own;
-    if (t_reading == nullptr) own.emplace();
     // One pass: the children of the first tag are read as they come, the
     // others wait and follow by kind (the tags in their order, then the
     // loops), each kind in document order.
@@ -280,9 +277,9 @@ void ForEachElement(const XMLNode& parent, const std::vector<const char*>& tags,
         if (sorted[i].kind < forKind) {
             onElement(child);
         } else if (sorted[i].kind == forKind) {
-            RunFor(child, parameters, onLoop);
+            RunFor(child, parameters, reading, onLoop);
         } else {
-            RunForEach(child, parameters, onLoop);
+            RunForEach(child, parameters, reading, onLoop);
         }
     }
 }

@@ -13,6 +13,7 @@
 
 #include "foundation/string_convert.h"
 #include "platform/utf8.h"
+#include "substitution/reading.h"
 #include "zem/exception.h"
 
 namespace ZEM {
@@ -64,28 +65,9 @@ void PushValue(std::wstring& pending, std::wstring_view value, SFlags flags) {
     }
 }
 
-thread_local CSubstitutionAllowance* t_allowance = nullptr;
-
-}  // namespace
-
-// The growth one substitution may have, and the charge of what it had.
-struct SGrowth {
-    static std::size_t Limit() {
-        const auto perCall = static_cast<std::size_t>(kMaxSubstitutionGrowth);
-        return t_allowance != nullptr && t_allowance->left_ < perCall ? t_allowance->left_ : perCall;
-    }
-    static void Charge(std::size_t grown) {
-        if (t_allowance != nullptr) t_allowance->left_ -= grown;
-    }
-};
-
-CSubstitutionAllowance::CSubstitutionAllowance() : outer_(t_allowance) { t_allowance = this; }
-CSubstitutionAllowance::~CSubstitutionAllowance() { t_allowance = outer_; }
-
-namespace {
-
 // Replaces the patterns of `work`, whose first '%' stands at `p`.
-KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters, const char* text) {
+KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters, const char* text,
+              CReading* reading) {
     // From here on `work` holds the finished text left of p, which is never
     // looked at again, and `pending` the rest in reverse order. Deleting a
     // pattern at p and inserting its value there then touch only those
@@ -94,7 +76,9 @@ KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters,
     AppendReversed(pending, work.data() + p, work.data() + work.size());
     work.resize(p);
     const std::size_t length = p + pending.size();
-    const std::size_t maxLength = length + SGrowth::Limit();
+    std::size_t growth = kMaxSubstitutionGrowth;
+    if (reading != nullptr && reading->SubstitutionLeft() < growth) growth = reading->SubstitutionLeft();
+    const std::size_t maxLength = length + growth;
     std::wstring name;
     int replacements = 0;
     while (!pending.empty()) {
@@ -118,8 +102,11 @@ KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters,
 
         pending.resize(close);
         PushValue(pending, value->View(), flags);
-        if (work.size() + pending.size() > maxLength)
+        if (work.size() + pending.size() > maxLength) {
+            // Cut short by what the load had left: that limit is the one to name.
+            if (growth < static_cast<std::size_t>(kMaxSubstitutionGrowth)) reading->ChargeSubstitution(growth + 1, text);
             throw CException(Message(L"Substitution of '", text, L"' grows too long"));
+        }
 
         // On to the next '%' at or after p: the inserted value is scanned too.
         std::size_t next = pending.rfind(kMark);
@@ -127,13 +114,14 @@ KtWStr Expand(std::wstring& work, std::size_t p, const ParameterMap& parameters,
         AppendReversed(work, pending.data() + keep, pending.data() + pending.size());
         pending.resize(keep);
     }
-    if (work.size() > length) SGrowth::Charge(work.size() - length);
+    if (reading != nullptr)
+        reading->ChargeSubstitution(kReplacementSteps * static_cast<std::uint64_t>(replacements) + work.size(), text);
     return KtWStr(work);
 }
 
 }  // namespace
 
-KtWStr SubstituteParameters(const char* text, const ParameterMap& parameters) {
+KtWStr SubstituteParameters(const char* text, const ParameterMap& parameters, CReading* reading) {
     if (text == nullptr) return KtWStr();
     std::wstring work;
     platform::DecodeUtf8(text, std::strlen(text), work);
@@ -141,7 +129,7 @@ KtWStr SubstituteParameters(const char* text, const ParameterMap& parameters) {
     if (parameters.IsEmpty()) return KtWStr(work);
     std::size_t p = work.find(kMark);
     if (p == std::wstring::npos) return KtWStr(work);
-    return Expand(work, p, parameters, text);
+    return Expand(work, p, parameters, text, reading);
 }
 
 bool ParameterToBool(const wchar_t* text) {

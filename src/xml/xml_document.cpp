@@ -3,8 +3,6 @@
 // line and column; the configuration reader turns it into a message.
 #include "xml/xml_document.h"
 
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +11,7 @@
 #include <new>
 #include <string>
 
+#include "platform/file.h"
 #include "platform/text.h"
 #include "platform/utf8.h"
 #include "xml/xml_parser.h"
@@ -25,16 +24,9 @@ namespace {
 constexpr std::size_t kMaxTextSize = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) - 4;
 
 XMLNode Fail(SXmlParseResult* result, std::uint32_t error) {
-    if (result != nullptr) *result = SXmlParseResult{error, 0, 0};
+    if (result != nullptr) *result = SXmlParseResult{error, 0, 0, {}, {}};
     return XMLNode();
 }
-
-struct SFileCloser {
-    std::FILE* file;
-    ~SFileCloser() {
-        if (file != nullptr) std::fclose(file);
-    }
-};
 
 struct SBufferFree {
     void operator()(unsigned char* buffer) const { std::free(buffer); }
@@ -44,39 +36,42 @@ struct SBufferFree {
 
 XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* result) {
     if (result != nullptr) result->line = result->column = 0;
-    if (path == nullptr) return Fail(result, XmlFileNotFound);
-    SFileCloser file{std::fopen(path, "rb")};
-    if (file.file == nullptr) return Fail(result, XmlFileNotFound);
-    // A directory opens for reading on Linux, but it has no content to give.
-    struct stat info {};
-    if (fstat(fileno(file.file), &info) != 0 || S_ISDIR(info.st_mode)) return Fail(result, XmlFileNotFound);
-
-    if (fseeko(file.file, 0, SEEK_END) != 0) return Fail(result, XmlFileNotFound);
-    const off_t end = ftello(file.file);
-    if (end < 0 || fseeko(file.file, 0, SEEK_SET) != 0) return Fail(result, XmlFileNotFound);
-    if (end == 0) return Fail(result, XmlEmptyFile);
-    if (static_cast<std::uintmax_t>(end) > kMaxTextSize) return Fail(result, XmlFileTooLarge);
-
-    const auto size = static_cast<std::size_t>(end);
+    platform::CInputFile file;
+    switch (file.Open(path)) {
+        case platform::CInputFile::Opened: break;
+        case platform::CInputFile::NotRegular: return Fail(result, XmlNotRegularFile);
+        default: return Fail(result, XmlFileNotFound);
+    }
+    if (file.Size() == 0) return Fail(result, XmlEmptyFile);
+    if (file.Size() > kMaxTextSize) return Fail(result, XmlFileTooLarge);
+    const auto size = static_cast<std::size_t>(file.Size());
     std::unique_ptr<unsigned char, SBufferFree> buffer(static_cast<unsigned char*>(std::malloc(size + 4)));
     if (buffer == nullptr) return Fail(result, XmlOutOfMemory);
-    const std::size_t read = std::fread(buffer.get(), 1, size, file.file);
-    if (read < size && std::ferror(file.file) != 0) return Fail(result, XmlFileNotFound);
-    std::fclose(file.file);
-    file.file = nullptr;
-    std::memset(buffer.get() + read, 0, 4);
+    std::size_t read = 0;
+    if (!file.Read(buffer.get(), size, read)) return Fail(result, XmlFileNotFound);
+    return ParseFileContent(buffer.get(), read, rootName, result);
+}
+
+XMLNode ParseFileContent(unsigned char* buffer, std::size_t read, const char* rootName, SXmlParseResult* result,
+                         std::string* parsedText) {
+    if (result != nullptr) result->line = result->column = 0;
+    if (read == 0) return Fail(result, XmlEmptyFile);
+    if (read > kMaxTextSize) return Fail(result, XmlFileTooLarge);
+    std::memset(buffer + read, 0, 4);
 
     // UTF-8 is tried first: a text that the parser reads to its end holds no
     // zero byte, so it can't be UTF-16, and needs no scan of its own. Only a
     // parse that stops early, on a zero or an error, asks.
-    const unsigned char* bytes = buffer.get();
+    const unsigned char* bytes = buffer;
     const bool byteOrderMark = read >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE;
     if (!byteOrderMark) {
         const std::size_t skip = read >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF ? 3 : 0;
         const char* stop = nullptr;
         XMLNode parsed = ParseText(reinterpret_cast<const char*>(bytes) + skip, read - skip, rootName, result, &stop);
-        if (stop == reinterpret_cast<const char*>(bytes) + read || !platform::LooksLikeUtf16(bytes, read))
+        if (stop == reinterpret_cast<const char*>(bytes) + read || !platform::LooksLikeUtf16(bytes, read)) {
+            if (parsedText != nullptr) parsedText->assign(reinterpret_cast<const char*>(bytes) + skip, read - skip);
             return parsed;
+        }
     }
     std::size_t skip = 0;
     if (read >= 2 && ((bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xEF && bytes[1] == 0xFF))) skip = 2;
@@ -87,9 +82,10 @@ XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* resul
     } catch (const std::bad_alloc&) {
         return Fail(result, XmlConversionFailed);
     }
-    buffer.reset();
     if (converted.size() > kMaxTextSize) return Fail(result, XmlFileTooLarge);
-    return ParseText(converted.c_str(), converted.size(), rootName, result);
+    XMLNode parsed = ParseText(converted.c_str(), converted.size(), rootName, result);
+    if (parsedText != nullptr) *parsedText = std::move(converted);
+    return parsed;
 }
 
 XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* result) {
@@ -97,12 +93,15 @@ XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* resul
     return ParseText(text, std::strlen(text), rootName, result);
 }
 
-XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
-                  const char** stop) {
+namespace {
+
+XMLNode ParseTextWith(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
+                      const char** stop, bool tokensOnly) {
     if (stop != nullptr) *stop = nullptr;
     if (text == nullptr) return Fail(result, XmlNoInput);
 
     SXmlParseState state;
+    state.tokensOnly = tokensOnly;
     XMLNode current;
     try {
         XMLNode top = XMLNode::CreateNode(nullptr, nullptr, false);
@@ -127,6 +126,13 @@ XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SX
         return Fail(result, XmlOutOfMemory);
     }
     if (stop != nullptr) *stop = state.cursor;
+    // The names go into the result now, while the tree that holds them lives.
+    std::string endTag, openElement;
+    if (result != nullptr && (state.error == XmlMissingEndTag || state.error == XmlUnmatchedEndTag)) {
+        endTag = state.error == XmlUnmatchedEndTag ? std::string(state.endTag, state.endTagLength)
+                                                   : state.mismatchedEndTag;
+        if (state.unclosed != nullptr && state.unclosed->name != nullptr) openElement = state.unclosed->name;
+    }
 
     if (state.error > XmlNoTagFound) {
         current = XMLNode();
@@ -137,13 +143,24 @@ XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SX
     }
 
     if (result != nullptr) {
-        *result = SXmlParseResult{state.error, 0, 0};
+        *result = SXmlParseResult{state.error, 0, 0, std::move(endTag), std::move(openElement)};
         if (state.error != XmlNoError) {
             const char* at = state.error == XmlMissingEndTag ? state.missingEndTag : state.cursor;
             XmlLocate(text, at, result->line, result->column);
         }
     }
     return current;
+}
+
+}  // namespace
+
+XMLNode ParseText(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result,
+                  const char** stop) {
+    return ParseTextWith(text, length, rootName, result, stop, false);
+}
+
+XMLNode ParseTextByTokens(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result) {
+    return ParseTextWith(text, length, rootName, result, nullptr, true);
 }
 
 }  // namespace ZEM

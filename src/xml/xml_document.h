@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 #include "xml/xml_node.h"
 
@@ -29,6 +30,7 @@ enum EXmlError : std::uint32_t {
     XmlTooDeep = 15,      // nesting beyond kXmlMaxDepth
     XmlFileTooLarge = 16, // a file beyond the size the parser takes
     XmlOutOfMemory = 17,  // memory ran out while the file was read or the tree built
+    XmlNotRegularFile = 18, // a FIFO, a device or a directory
 };
 
 // Elements nested deeper than this fail with XmlTooDeep.
@@ -38,11 +40,23 @@ struct SXmlParseResult {
     std::uint32_t error = 0;
     std::int32_t line = 0;    // from 1; 0 when the error has no position
     std::int32_t column = 0;  // in characters, from 1
+    // The names behind an end tag that did not fit, for tools that explain
+    // the error: the end tag's name (empty at the end of the text) and the
+    // element that was open.
+    std::string endTag;
+    std::string openElement;
 };
 
 // Reads the file at `path` (UTF-8 or UTF-16 LE) and parses it. `rootName` may
 // be null or empty. On failure the result is the empty node.
 XMLNode ParseFile(const char* path, const char* rootName, SXmlParseResult* result);
+
+// The same for the `size` bytes of a file already read into `buffer`, which
+// has room for four more bytes behind them (they become zeros). `parsedText`,
+// if given, receives a copy of the UTF-8 text that the parser read, to which
+// the tree's source offsets refer.
+XMLNode ParseFileContent(unsigned char* buffer, std::size_t size, const char* rootName, SXmlParseResult* result,
+                         std::string* parsedText = nullptr);
 
 // The same for zero-terminated UTF-8 text in memory.
 XMLNode ParseText(const char* text, const char* rootName, SXmlParseResult* result);

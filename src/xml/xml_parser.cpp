@@ -256,7 +256,8 @@ inline bool IsPlainStart(char c) { return kXmlClasses[static_cast<unsigned char>
 // Behind a '<': a byte that begins the name of a start tag, and no mark.
 constexpr std::array<bool, 256> MakeTagNameStarts() {
     std::array<bool, 256> starts{};
-    for (int c = 0; c < 256; ++c) starts[c] = kXmlClasses[c] == 0 && c != '!' && c != '?' && c != 'P';
+    for (int c = 0; c < 256; ++c)
+        starts[c] = kXmlClasses[c] == 0 && !kXmlClearSeconds[c] && c != static_cast<unsigned char>(kXmlDeclarationMark);
     return starts;
 }
 constexpr std::array<bool, 256> kTagNameStarts = MakeTagNameStarts();
@@ -275,6 +276,8 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
 
 // The attributes of a start tag, up to its '>' (open) or '/>' (closed). The
 // cursor stays in a register here; the caller hands it back to the state.
+// kTokensOnly: every token through NextXmlToken (SXmlParseState::tokensOnly).
+template <bool kTokensOnly>
 [[gnu::always_inline]] inline EStartTag ReadStartTag(SXmlNodeData* node, SXmlParseState& state, const char*& cursor) {
     const char* const textEnd = state.end;
     const bool declaration = IsDeclaration(node);
@@ -282,7 +285,7 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         // The usual attribute, name="value", and the usual ends, '>' and
         // "/>", read in one go: anything else goes the long way below, from
         // the same place.
-        if (!declaration) {
+        if (!declaration && !kTokensOnly) {
             const char* p = cursor;
             while (IsXmlSpace(*p)) ++p;
             if (IsPlainStart(*p)) {
@@ -322,7 +325,8 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
         // Expecting a name; most often a plain character begins it.
         const char* at = cursor;
         if (IsXmlSpace(*at)) ++at;
-        SXmlToken token = IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
+        SXmlToken token = !kTokensOnly && IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1)
+                                                                  : NextXmlToken(cursor, textEnd);
         if (token.kind == TokenTagClose || token.kind == TokenShortClose) {
             state.pendingText = cursor;
             return token.kind == TokenTagClose ? StartTagOpen : StartTagClosed;
@@ -383,21 +387,14 @@ enum EStartTag { StartTagOpen, StartTagClosed, StartTagFailed, StartTagAtEnd };
     if (!IsDeclaration(node) && node->parent != nullptr) {
         state.error = XmlMissingEndTag;
         state.missingEndTag = state.cursor;
+        state.unclosed = node;
+        state.mismatchedEndTag.clear();
     }
     StorePendingText(state, state.cursor);
     return false;
 }
 
 }  // namespace
-
-const SXmlClearMark kXmlClearMarks[4] = {
-    {"<![CDATA[", 9, "]]>"},
-    {"<!DOCTYPE", 9, ">"},
-    {"<!--", 4, "-->"},
-    {"<PRE>", 5, "</PRE>"},
-};
-
-const SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
 
 char* StoreName(const char* text, std::size_t length, SXmlParseState& state) {
     return StoreNameInline(text, length, state);
@@ -409,6 +406,7 @@ char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state
 
 namespace {
 
+template <bool kTokensOnly>
 bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
     // One loop for the whole subtree: opening a child descends into it, and
     // an element that ends hands control back to its parent, which every
@@ -428,7 +426,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
             if (state.atStart) {
                 state.atStart = false;  // the top level: no start tag to read
             } else {
-                const EStartTag end = ReadStartTag(node, state, cursor);
+                const EStartTag end = ReadStartTag<kTokensOnly>(node, state, cursor);
                 state.cursor = cursor;
                 if (end == StartTagFailed) return false;
                 if (end == StartTagAtEnd) return EndOfText(node, state);
@@ -449,7 +447,10 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                 state.pendingText = nullptr;  // only white space since the last tag: nothing to store
             }
             SXmlToken token;
-            if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
+            if (kTokensOnly) {
+                cursor = at;
+                token = NextXmlToken(cursor, textEnd);
+            } else if (at[0] == '<' && kTagNameStarts[static_cast<unsigned char>(at[1])]) {
                 // The usual: a start tag with its name right behind the '<'.
                 cursor = at + 1;
                 token = SXmlToken{TokenTagStart, at, 1, nullptr};
@@ -472,8 +473,9 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         return false;
                     }
                     at = cursor;
-                    const SXmlToken name =
-                        IsPlainStart(*at) ? ScanXmlText(cursor, textEnd, at, at + 1) : NextXmlToken(cursor, textEnd);
+                    const SXmlToken name = !kTokensOnly && IsPlainStart(*at)
+                                               ? ScanXmlText(cursor, textEnd, at, at + 1)
+                                               : NextXmlToken(cursor, textEnd);
                     state.cursor = cursor;
                     if (name.kind != TokenText) {
                         state.error = XmlMissingTagName;
@@ -497,7 +499,8 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                     }
                     // The usual: the open element's name as it was written, then '>'.
                     const std::size_t length = NameLength(node);
-                    if (length != 0 && static_cast<std::size_t>(textEnd - cursor) > length && cursor[length] == '>' &&
+                    if (!kTokensOnly && length != 0 && static_cast<std::size_t>(textEnd - cursor) > length &&
+                        cursor[length] == '>' &&
                         node->name[length - 1] != '/' && XmlSameBytes(node->name, cursor, length)) {
                         cursor += length + 1;
                         state.cursor = cursor;
@@ -518,6 +521,8 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
                         state.missingEndTag = cursor;
                         state.endTag = name.start;
                         state.endTagLength = static_cast<std::uint32_t>(name.length);
+                        state.unclosed = node;
+                        state.mismatchedEndTag.assign(name.start, name.length);
                     }
                     complete = true;
                     break;
@@ -551,6 +556,7 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
             if (state.endTagLength != 0) {
                 if (node->name == nullptr) {
                     state.error = XmlUnmatchedEndTag;
+                    state.unclosed = nullptr;
                     return false;
                 }
                 if (NameMatches(node, state.endTag, state.endTagLength)) state.endTagLength = 0;
@@ -565,7 +571,8 @@ bool ParseTree(SXmlNodeData* top, SXmlParseState& state) {
 
 bool ParseElement(SXmlNodeData* top, SXmlParseState& state) {
     state.content.Begin(top);
-    const bool complete = ParseTree(top, state);
+    // The fast paths are compiled out of the reading by tokens alone.
+    const bool complete = state.tokensOnly ? ParseTree<true>(top, state) : ParseTree<false>(top, state);
     // Elements still open where the reading stopped keep what they hold.
     while (state.content.AnyOpen()) state.content.End(state.content.Innermost());
     return complete;

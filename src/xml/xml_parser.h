@@ -8,24 +8,16 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
+#include "platform/utf8.h"
 #include "xml/xml_content.h"
 #include "xml/xml_node_data.h"
 
 namespace ZEM {
 
-// Width in bytes of the character that a byte begins: 0 for the terminating
-// zero, 2 to 4 for the lead bytes of UTF-8, 1 for everything else. The parser
-// steps by this table, so the bytes of a multi-byte character are never taken
-// for delimiters.
-constexpr std::array<std::uint8_t, 256> MakeXmlCharWidths() {
-    std::array<std::uint8_t, 256> widths{};
-    for (int c = 1; c < 256; ++c) {
-        widths[c] = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 1;
-    }
-    return widths;
-}
-inline constexpr std::array<std::uint8_t, 256> kXmlCharWidth = MakeXmlCharWidths();
+// The parser steps through text by the width of each character's lead byte.
+inline constexpr const std::array<std::uint8_t, 256>& kXmlCharWidth = platform::kUtf8Width;
 
 // The character after the one at `p`; a truncated character at the end of the
 // text stops at the terminating zero instead of stepping over it.
@@ -39,9 +31,27 @@ inline const char* XmlNextChar(const char* p) noexcept {
 
 // The clear marks, in the order in which they are tried.
 enum EXmlClearKind { XmlClearCdata, XmlClearDoctype, XmlClearComment, XmlClearPre };
-extern const SXmlClearMark kXmlClearMarks[4];
+inline constexpr SXmlClearMark kXmlClearMarks[4] = {
+    {"<![CDATA[", 9, "]]>"},
+    {"<!DOCTYPE", 9, ">"},
+    {"<!--", 4, "-->"},
+    {"<PRE>", 5, "</PRE>"},
+};
 // A DOCTYPE with an internal subset ends at "]>" instead of ">".
-extern const SXmlClearMark kXmlDoctypeSubsetMark;
+inline constexpr SXmlClearMark kXmlDoctypeSubsetMark = {"<!DOCTYPE", 9, "]>"};
+
+// The byte behind '<' that begins a declaration ("<?xml ...?>").
+inline constexpr char kXmlDeclarationMark = '?';
+
+// Bytes that, behind '<', may begin a clear mark: the second byte of each.
+// The tokeniser tries the marks only behind these, and the parser's fast
+// path for start tags takes none of them, nor the declaration's, for a name.
+constexpr std::array<bool, 256> MakeXmlClearSeconds() {
+    std::array<bool, 256> seconds{};
+    for (const SXmlClearMark& mark : kXmlClearMarks) seconds[static_cast<unsigned char>(mark.open[1])] = true;
+    return seconds;
+}
+inline constexpr std::array<bool, 256> kXmlClearSeconds = MakeXmlClearSeconds();
 
 struct SXmlParseState {
     const char* text = nullptr;         // the whole input
@@ -49,10 +59,15 @@ struct SXmlParseState {
     const char* pendingText = nullptr;  // start of the text not yet stored; null if none
     const char* cursor = nullptr;       // the next byte to read
     const char* missingEndTag = nullptr;  // where an end tag was found missing
+    const SXmlNodeData* unclosed = nullptr;  // the element it was missing for
+    std::string mismatchedEndTag;            // the end tag found instead; empty at the end of the text
     std::uint32_t error = 0;
     const char* endTag = nullptr;       // an end tag's name, in the input, looking for its element
     std::uint32_t endTagLength = 0;     // 0 when no end tag is looking
     bool atStart = false;               // the next ParseElement reads the top level
+    // Every token through NextXmlToken alone, none by the fast paths beside
+    // it: for the check that both read every input alike.
+    bool tokensOnly = false;
     int depth = 0;                      // elements open below the top node
     CXmlArena* arena = nullptr;         // where decoded strings go
     // A text that comments have been merged into grows geometrically, so that
@@ -93,5 +108,12 @@ char* DecodeEntities(const char* text, std::size_t length, SXmlParseState& state
 
 // Line and column (from 1; a multi-byte character is one column) of `target`.
 void XmlLocate(const char* text, const char* target, std::int32_t& line, std::int32_t& column) noexcept;
+
+struct SXmlParseResult;
+
+// ParseText with every token read by the tokeniser alone, the fast paths
+// off. The tree and the outcome must be those of ParseText; a fuzz target
+// holds the two against each other.
+XMLNode ParseTextByTokens(const char* text, std::size_t length, const char* rootName, SXmlParseResult* result);
 
 }  // namespace ZEM

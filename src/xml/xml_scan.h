@@ -11,6 +11,20 @@
 
 namespace ZEM::xml_scan {
 
+// The bytes at which each wide step below stops, one byte at a time. The
+// tokeniser checks its class table against these at compile time, and a test
+// checks the wide steps against them, so that no wide step can pass a byte
+// its byte loop must see.
+constexpr bool SpacesStopAt(unsigned char c) { return !(c == ' ' || c == '\n' || c == '\r' || c == '\t'); }
+constexpr bool TextStopsAt(unsigned char c) {
+    return c <= 0x20 || c >= 0x80 || c == '<' || c == '=' || c == '>' || c == '/';
+}
+constexpr bool QuotedStopsAt(unsigned char c, char quote) {
+    return c == static_cast<unsigned char>(quote) || c == '<' || c == 0 || c >= 0x80;
+}
+constexpr bool ValueStopsAt(unsigned char c, char quote) { return QuotedStopsAt(c, quote) || c == '&'; }
+constexpr bool MarkStopsAt(unsigned char c) { return c == '<' || c == 0 || c >= 0x80; }
+
 #if defined(__SSE2__)
 
 template <class Candidates>

@@ -31,7 +31,8 @@ constexpr std::array<std::uint8_t, 256> MakeXmlClasses() {
     classes['<'] |= kXmlQuoteStop;
     classes['"'] |= kXmlQuoteStop;
     classes['\''] |= kXmlQuoteStop;
-    for (int c = 0xC2; c <= 0xF4; ++c) classes[c] = kXmlLead | kXmlQuoteStop;
+    for (int c = 0x80; c < 256; ++c)
+        if (platform::kUtf8Width[c] > 1) classes[c] = kXmlLead | kXmlQuoteStop;
     return classes;
 }
 
@@ -45,6 +46,27 @@ constexpr std::array<bool, 256> MakeXmlPlainBytes() {
     return plain;
 }
 inline constexpr std::array<bool, 256> kXmlPlainBytes = MakeXmlPlainBytes();
+
+// Every byte that the class table makes a byte loop stop at is one the wide
+// step before that loop stops at too.
+constexpr bool WideStepsStopWhereTheTableDoes() {
+    for (int i = 0; i < 256; ++i) {
+        const auto c = static_cast<unsigned char>(i);
+        const std::uint8_t cls = kXmlClasses[c];
+        if ((cls & kXmlSpace) == 0 && !xml_scan::SpacesStopAt(c)) return false;
+        if (!kXmlPlainBytes[c] && !xml_scan::TextStopsAt(c)) return false;
+        if ((cls & kXmlLead) != 0 && !xml_scan::MarkStopsAt(c)) return false;
+        // The other quote stops the byte loop only to be stepped over.
+        for (char quote : {'"', '\''}) {
+            const char other = quote == '"' ? '\'' : '"';
+            if ((cls & kXmlQuoteStop) != 0 && c != static_cast<unsigned char>(other) &&
+                !xml_scan::QuotedStopsAt(c, quote))
+                return false;
+        }
+    }
+    return xml_scan::MarkStopsAt('<') && xml_scan::MarkStopsAt(0);
+}
+static_assert(WideStepsStopWhereTheTableDoes(), "a wide step would pass a byte that its byte loop stops at");
 
 // Past the plain bytes from `p` on: one at a time for the first 16, as names
 // are short and a byte loop finds their end sooner than a wide step, whose
@@ -169,7 +191,7 @@ struct SXmlToken {
             return ScanXmlText(cursor, textEnd, p, p + 1);
         case '<': {
             const char next = p[1];
-            if (next == '!' || next == 'P') {
+            if (kXmlClearSeconds[static_cast<unsigned char>(next)]) {
                 for (const SXmlClearMark& mark : kXmlClearMarks) {
                     if (std::strncmp(p, mark.open, static_cast<std::size_t>(mark.openLength)) == 0) {
                         cursor = p + mark.openLength;
@@ -181,7 +203,7 @@ struct SXmlToken {
                 cursor = p + 2;
                 return SXmlToken{TokenTagEnd, p, 2, nullptr};
             }
-            if (next == '?') {
+            if (next == kXmlDeclarationMark) {
                 cursor = p + 2;
                 return SXmlToken{TokenDeclarationStart, p, 2, nullptr};
             }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/string_convert.h"
+#include "substitution/reading.h"
 #include "substitution/substitute.h"
 #include "support/message_of.h"
 #include "xml/xml_document.h"
@@ -15,13 +16,14 @@ namespace {
 using Tags = std::vector<const char*>;
 
 // Appends the name of every element read, with its patterns replaced.
-void Read(const XMLNode& parent, const Tags& tags, const ParameterMap& map, std::vector<std::string>& names) {
+void Read(const XMLNode& parent, const Tags& tags, const ParameterMap& map, CReading& reading,
+          std::vector<std::string>& names) {
     ForEachElement(
-        parent, tags, map,
+        parent, tags, map, reading,
         [&](const XMLNode& element) {
-            names.push_back(Narrow(SubstituteParameters(element.AttributeValue("name"), map).View()));
+            names.push_back(Narrow(SubstituteParameters(element.AttributeValue("name"), map, &reading).View()));
         },
-        [&](const XMLNode& loop, const ParameterMap& inner) { Read(loop, tags, inner, names); });
+        [&](const XMLNode& loop, const ParameterMap& inner) { Read(loop, tags, inner, reading, names); });
 }
 
 // The names read from <beans>body</beans>, joined by ',', followed by
@@ -33,7 +35,8 @@ std::string Walk(const std::string& body, const ParameterMap& map = ParameterMap
     XMLNode beans = ParseText(text.c_str(), "beans", &result);
     EXPECT_EQ(result.error, 0u) << text;
     std::vector<std::string> names;
-    std::wstring failure = zem_support::MessageOf([&] { Read(beans, tags, map, names); });
+    CReading reading;
+    std::wstring failure = zem_support::MessageOf([&] { Read(beans, tags, map, reading, names); });
     std::string out;
     for (const std::string& name : names) out += (out.empty() ? "" : ",") + name;
     if (!failure.empty()) out += (out.empty() ? "error: " : " error: ") + Narrow(failure);
@@ -144,41 +147,6 @@ TEST(ForEachElement, NestedLoops) {
         </for>
         <foreach set="z" substitute="s"><bean name="never"/></foreach>)"),
               "first,x1 error: Invalid substitution pattern");
-}
-
-TEST(ForEachElement, LoopsHaveABudgetAndANestingLimit) {
-    // Nested rounds count: an outer round that runs an inner loop costs its
-    // own round and each of the inner ones. The budget is weighed before the
-    // first round, so a refused walk has read nothing.
-    const std::string over = "error: Loops repeat more than 1000000 times at loop over 'i'";
-    auto nested = [](int outer, int inner, const char* rest = "") {
-        return "<for substitute='i' first='1' last='" + std::to_string(outer) + "'><for substitute='j' first='1' last='" +
-               std::to_string(inner) + "'/>" + rest + "</for>";
-    };
-    EXPECT_EQ(Walk(nested(1000, 999)), "");  // 1000 + 1000 * 999 rounds: the budget exactly
-    EXPECT_EQ(Walk(nested(1000, 999, "<foreach substitute='s'/>")), over);
-    EXPECT_EQ(Walk("<bean name='a'/>" + nested(1, 1000000)), "a " + over);
-    EXPECT_EQ(Walk("<for substitute='i' first='0' last='5555555555'><bean name='x'/></for>"), over);
-    EXPECT_EQ(Walk("<foreach substitute='i' set='" + std::string(1000000, '|') + "a'/>"), over);
-    // Loops that run no round weigh nothing, nor do those inside them.
-    EXPECT_EQ(Walk("<for substitute='i' first='2' last='1'>" + nested(2000, 2000) + "</for>"), "");
-    // The text that rounds read has a budget too, and so has the growth of
-    // all substitutions of a reading together.
-    EXPECT_EQ(Walk("<for substitute='i' first='1' last='1000'><bean name='" + std::string(200000, 'x') + "'/></for>"),
-              "error: Loops repeat more than 134217728 bytes at loop over 'i'");
-    const std::string grows = "<bean name='%s%%s%%s%%s%'/>";
-    std::string fiveTimes;
-    for (int i = 0; i < 5; ++i) fiveTimes += grows;
-    const std::string grown = Walk("<foreach substitute='s' set='" + std::string(1000000, 'x') + "'>" + fiveTimes + "</foreach>");
-    EXPECT_EQ(grown.size(), 4 * 4000001 + 52);  // four beans, then the refusal
-    EXPECT_EQ(grown.substr(grown.find("error")), "error: Substitution of '%s%%s%%s%%s%' grows too long");
-    // Sixteen loops may nest; a seventeenth is refused.
-    std::string deep = "<bean name='x'/>";
-    for (int level = 16; level >= 1; --level)
-        deep = "<for substitute='v" + std::to_string(level) + "' first='1' last='1'>" + deep + "</for>";
-    EXPECT_EQ(Walk(deep), "x");
-    EXPECT_EQ(Walk("<for substitute='v0' first='1' last='1'>" + deep + "</for>"),
-              "error: Loops nested too deeply at loop over 'v16'");
 }
 
 }  // namespace

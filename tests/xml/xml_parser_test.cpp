@@ -2,8 +2,11 @@
 // against the tree it gives (written by DumpXml) and its error code.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "xml/xml_dump.h"
 #include "xml/xml_parser.h"
+#include "xml/xml_scan.h"
 
 namespace {
 
@@ -150,6 +153,39 @@ TEST(XmlParser, ErrorPositions) {
         EXPECT_EQ(result.error, c.error);
         EXPECT_EQ(result.line, c.line);
         EXPECT_EQ(result.column, c.column);
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// The wide steps stop where their byte-by-byte definitions say: at a byte in
+// the first block of 16, or not before the second block.
+TEST(XmlScan, WideStepsStopAtTheirBytes) {
+    using namespace ZEM::xml_scan;
+    const struct {
+        const char* name;
+        char filler;
+        const char* (*skip)(const char*, const char*);
+        bool (*stops)(unsigned char);
+    } steps[] = {
+        {"spaces", ' ', SkipSpaces, SpacesStopAt},
+        {"text", 'a', SkipText, TextStopsAt},
+        {"mark", 'a', SkipToMark, MarkStopsAt},
+        {"quoted", 'a', [](const char* p, const char* end) { return SkipQuoted(p, end, '\''); },
+         [](unsigned char c) { return QuotedStopsAt(c, '\''); }},
+        {"value", 'a', [](const char* p, const char* end) { return SkipValue(p, end, '"'); },
+         [](unsigned char c) { return ValueStopsAt(c, '"'); }},
+    };
+    for (const auto& step : steps) {
+        for (int c = 1; c < 256; ++c) {
+            std::string text(32, step.filler);
+            text[5] = static_cast<char>(c);
+            const char* stop = step.skip(text.c_str(), text.c_str() + text.size());
+            const bool stopped = stop - text.c_str() <= 5;
+            if (stopped != step.stops(static_cast<unsigned char>(c))) ADD_FAILURE() << step.name << " at byte " << c;
+        }
     }
 }
 

@@ -22,11 +22,13 @@ constexpr const char* kHelp =
     "Loads each FILE into a private container as a host does: its includes,\n"
     "the class libraries it needs, and its eager beans. Prints\n"
     "  FILE: ok (N beans in M libraries, K services)\n"
-    "or FILE:LINE:COLUMN: error: followed by the library's own message (the line\n"
-    "and column where the parser knows them; for a class library that can't be\n"
-    "loaded, the loader's reason follows it). A bean request that fails while\n"
-    "eager beans are made gives a host no word; check prints each such failure\n"
-    "on a line of its own and counts it as an error.\n"
+    "or FILE: error: followed by the library's own message (for a class library\n"
+    "that can't be loaded, the loader's reason follows it; for a document that\n"
+    "isn't well-formed, at FILE:LINE:COLUMN, with a second line\n"
+    "FILE:LINE:COLUMN: error: CAUSE that says what the parser found there). A\n"
+    "bean request that fails while eager beans are made gives a host no word;\n"
+    "check prints each such failure on a line of its own and counts it as an\n"
+    "error.\n"
     "\n"
     "options:\n"
     "  --no-eager   read and merge only, make no eager beans\n"
@@ -54,8 +56,7 @@ SChecked CheckOne(const std::string& file, bool eager) {
     try {
         session.Load(file, eager);
     } catch (const ZEM::CException& error) {
-        const std::string text = FailureText(error);
-        checked.diagnostics.push_back({PlaceOfMessage(file, text), ESeverity::kError, text});
+        checked.diagnostics = FailureDiagnostics(error, file);
         return checked;
     }
     checked.loaded = true;

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "foundation/string_convert.h"
+#include "platform/utf8.h"
 
 namespace zemcli {
 
@@ -93,21 +94,11 @@ void AppendEscaped(unsigned char c, const char* controlFormat, std::string& out)
 // Length of the valid UTF-8 sequence at `at`, or 0 if the bytes there form none.
 std::size_t ValidSequence(std::string_view text, std::size_t at) {
     const auto lead = static_cast<unsigned char>(text[at]);
-    std::size_t length = 0;
-    std::uint32_t low = 0;
     if (lead < 0x80) return 1;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-        low = 0x80;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        low = 0x800;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        low = 0x10000;
-    } else {
-        return 0;
-    }
+    const std::size_t length = ZEM::platform::kUtf8Width[lead];
+    if (length < 2) return 0;
+    constexpr std::uint32_t kLowest[5] = {0, 0, 0x80, 0x800, 0x10000};  // below these a form is overlong
+    const std::uint32_t low = kLowest[length];
     if (at + length > text.size()) return 0;
     std::uint32_t code = lead & (0x7F >> length);
     for (std::size_t i = 1; i < length; ++i) {

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 
 #include "cli.h"
 #include "grammar.h"
@@ -32,9 +34,9 @@ constexpr const char* kHelp =
     "  - references, dependencies and factory beans that no definition has;\n"
     "  - cycles through references and dependencies, with the whole chain;\n"
     "  - 'for' loops that make no iteration; names defined twice.\n"
-    "A document that doesn't load is reported as FILE:LINE:COLUMN: error: MESSAGE\n"
-    "(the line and column where the parser knows them). Prints nothing for a\n"
-    "clean document.\n"
+    "A document that doesn't load is reported as FILE: error: MESSAGE, one that\n"
+    "isn't well-formed as FILE:LINE:COLUMN: error: MESSAGE with a second line\n"
+    "FILE:LINE:COLUMN: error: CAUSE. Prints nothing for a clean document.\n"
     "\n"
     "options:\n"
     "  --load   also bind the class libraries, and report missing wrapper\n"
@@ -62,27 +64,31 @@ void CFindings::Warn(const SSpot& at, std::string message) {
     findings_.push_back({at, std::move(message), findings_.size()});
 }
 
-void CFindings::Error(const std::string& file, std::string message) {
-    errors_.push_back({PlaceOfMessage(file, message), ESeverity::kError, std::move(message)});
-}
+void CFindings::Error(SDiagnostic error) { errors_.push_back(std::move(error)); }
 
 std::vector<SDiagnostic> CFindings::Diagnostics(const CSourceMap& map) const {
     std::vector<SDiagnostic> told = errors_;
     std::vector<const SFinding*> sorted;
     for (const SFinding& finding : findings_) sorted.push_back(&finding);
-    auto fileRank = [&map](const SSourceFile* file) {
-        for (std::size_t i = 0; i < map.Files().size(); ++i)
-            if (map.Files()[i].get() == file) return i;
-        return map.Files().size();
+    std::unordered_map<const SSourceFile*, std::size_t> ranks;
+    for (std::size_t i = 0; i < map.Files().size(); ++i) ranks.emplace(map.Files()[i].get(), i);
+    auto fileRank = [&](const SSourceFile* file) {
+        const auto found = ranks.find(file);
+        return found != ranks.end() ? found->second : map.Files().size();
     };
     auto key = [&](const SFinding* f) { return std::make_tuple(fileRank(f->at.file), f->at.offset, f->sequence); };
     std::sort(sorted.begin(), sorted.end(), [&](const SFinding* a, const SFinding* b) { return key(a) < key(b); });
     std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> seen;
     const SSourceFile* main = map.MainFile();
+    std::optional<CLocator> locator;  // of the file whose findings are told now, in their order
     for (const SFinding* finding : sorted) {
         if (!seen.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
         const SSourceFile* file = finding->at.file != nullptr ? finding->at.file : main;
-        const SLineColumn place = finding->at.file != nullptr ? file->Locate(finding->at.offset) : SLineColumn{};
+        SLineColumn place;
+        if (finding->at.file != nullptr) {
+            if (!locator || &locator->File() != file) locator.emplace(*file);
+            place = locator->Locate(finding->at.offset);
+        }
         told.push_back({{file != nullptr ? file->path : std::string("-"), place.line, place.column},
                         ESeverity::kWarning,
                         finding->message});
@@ -165,13 +171,12 @@ int RunLint(const Args& args) {
 
     CFindings findings;
     CSourceMap map;
-    map.Read(file);
     CSession session;
     bool loaded = true;
     try {
-        session.Load(file, false);
+        session.Load(file, false, {}, &map);
     } catch (const ZEM::CException& error) {
-        findings.Error(file, Utf8(error.GetMessageW()));
+        for (SDiagnostic& diagnostic : FailureDiagnostics(error, file)) findings.Error(std::move(diagnostic));
         loaded = false;
     }
     LintGrammar(map, findings);

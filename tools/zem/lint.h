@@ -17,8 +17,9 @@ class CFindings {
 public:
     // A warning at `at`; without a file it is told against the main file.
     void Warn(const SSpot& at, std::string message);
-    // An error that stops the document from loading: the library's message.
-    void Error(const std::string& file, std::string message);
+    // An error that stops the document from loading: the library's message,
+    // or the parser's cause.
+    void Error(SDiagnostic error);
 
     bool Empty() const { return findings_.empty() && errors_.empty(); }
     // The errors, then the warnings in the order of the files and, in a

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "cli.h"
@@ -91,7 +92,7 @@ public:
         }
         const EPlace childrenOf = place == EPlace::For || place == EPlace::Foreach ? loopOf : place;
         const std::vector<SChildRule>& rules = Rule(childrenOf).children;
-        std::vector<std::string> seen;
+        std::unordered_set<std::string> seen;
         for (int i = 0; i < node.ChildCount(); ++i) {
             const ZEM::XMLNode child = node.ChildAtIndex(i);
             const std::string name = Lower(child.Name());
@@ -104,11 +105,10 @@ public:
                 Warn(child, "'include' has no effect in a document given as text");
                 continue;
             }
-            if (rule->firstOnly && std::find(seen.begin(), seen.end(), name) != seen.end()) {
+            if (rule->firstOnly && !seen.insert(name).second) {
                 Warn(child, "second " + Quote(child.Name()) + " in " + Quote(node.Name()) + " is not read");
                 continue;
             }
-            seen.push_back(name);
             const bool loop = rule->place == EPlace::For || rule->place == EPlace::Foreach;
             Element(child, rule->place, loop ? childrenOf : EPlace::Root);
         }
@@ -119,8 +119,16 @@ private:
         findings_.Warn(SSpot{&file_, node.SourceOffset()}, std::move(message));
     }
 
+    // The start tag is followed once per element that has a finding on an
+    // attribute, however many attributes it has.
     void WarnAttribute(const ZEM::XMLNode& node, int index, std::string message) {
-        findings_.Warn(SSpot{&file_, AttributeOffset(file_, node.SourceOffset(), index)}, std::move(message));
+        if (node.SourceOffset() != offsetsOf_) {
+            offsetsOf_ = node.SourceOffset();
+            attributeOffsets_ = AttributeOffsets(file_, offsetsOf_);
+        }
+        const auto at = static_cast<std::size_t>(index);
+        const std::int32_t offset = at < attributeOffsets_.size() ? attributeOffsets_[at] : offsetsOf_;
+        findings_.Warn(SSpot{&file_, offset}, std::move(message));
     }
 
     void Attributes(const ZEM::XMLNode& node, EPlace place) {
@@ -243,6 +251,8 @@ private:
 
     const SSourceFile& file_;
     CFindings& findings_;
+    std::int32_t offsetsOf_ = -2;  // the element whose attribute offsets are at hand
+    std::vector<std::int32_t> attributeOffsets_;
 };
 
 }  // namespace

@@ -146,7 +146,6 @@ int RunList(const Args& args) {
     CSession session;
     if (!LoadOrTell(session, file, false)) return kExitFinding;
     CSourceMap map;
-    map.Read(file);
     map.Attach(session.Store());
     const CBeanIndex index(session.Store());
     if (parsed.Has("--json"))

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <regex>
 #include <streambuf>
 
 #include "cli.h"
@@ -100,17 +99,5 @@ std::string DiagnosticJson(const SDiagnostic& diagnostic) {
            "\", \"message\": " + JsonString(diagnostic.message) + "}";
 }
 
-SPlace PlaceOfMessage(const std::string& file, const std::string& message) {
-    SPlace place{file};
-    static const std::regex named("file '([^']*)'");
-    static const std::regex position(" at line ([0-9]{1,9}), column ([0-9]{1,9})");
-    std::smatch found;
-    if (std::regex_search(message, found, named)) place.file = found[1];
-    if (std::regex_search(message, found, position)) {
-        place.line = std::stoi(found[1]);
-        place.column = std::stoi(found[2]);
-    }
-    return place;
-}
 
 }  // namespace zemcli

@@ -52,8 +52,5 @@ std::string DiagnosticJson(const SDiagnostic& diagnostic);
 // that stream is a terminal, and NO_COLOR is not set.
 void PrintDiagnostic(std::ostream& out, const SPlace& place, ESeverity severity, const std::string& message);
 
-// The place that a library message names: a parse error's "file 'F'" and
-// "at line L, column C"; otherwise `file` without a position.
-SPlace PlaceOfMessage(const std::string& file, const std::string& message);
 
 }  // namespace zemcli

@@ -67,14 +67,13 @@ SProfiledLoad ProfileOne(const std::string& file) {
             open.pop_back();
         }
     };
-    ZEM::SetParseWatch([&](bool started) { watch("(parse)", started); });
     try {
         session.Load(file, true, watch);
         load.loaded = true;
     } catch (const ZEM::CException& error) {
         load.error = Utf8(error.GetMessageW());
+        load.failure = FailureDiagnostics(error, file);
     }
-    ZEM::SetParseWatch(nullptr);
     recorder->EndStep(whole);
     ZEM::SetBeanRequestObserver(session.Factory(), nullptr);
     load.spans = recorder->Spans();
@@ -98,7 +97,8 @@ std::string Column(const std::string& text, std::size_t width) {
 
 void PrintTable(const SProfiledLoad& load) {
     if (!load.loaded) {
-        PrintDiagnostic(std::cout, PlaceOfMessage(load.file, load.error), ESeverity::kError, load.error);
+        for (const SDiagnostic& diagnostic : load.failure)
+            PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
         return;
     }
     std::cout << load.file << ": loaded in " << Milliseconds(load.total) << " ms\n"

@@ -12,6 +12,7 @@
 #include "container/process_objects.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
+#include "source_map.h"
 #include "zem/diagnostics.h"
 #include "zem/exception.h"
 
@@ -48,16 +49,20 @@ std::vector<SDroppedFailure> CSession::TakeFailures() {
     return taken;
 }
 
-void CSession::Load(const std::string& file, bool eager, const StepWatch& watch) {
+void CSession::Load(const std::string& file, bool eager, const StepWatch& watch, CSourceMap* map) {
     auto tell = [&](const char* step, bool started) {
         if (watch) watch(step, started);
     };
     ZEM::CBeanFactoryImpl& impl = Impl();
     const CBeanOutputGuard guard;
     impl.ResetFactory();
+    ZEM::CReading reading(impl.ReadingLimits());
+    if (watch) reading.parseWatch = [&](bool started) { tell("(parse)", started); };
+    if (map != nullptr) map->Listen(reading, file == "-");
     tell("(read)", true);
-    ZEM::CConfiguration configuration = file == "-" ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str())
-                                                    : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str());
+    ZEM::CConfiguration configuration =
+        file == "-" ? ZEM::ReadConfigurationText(&impl, StandardInput().c_str(), reading)
+                    : ZEM::ReadConfigurationFile(&impl, ZEM::Widen(file).c_str(), reading);
     tell("(read)", false);
     std::lock_guard<std::mutex> startup(ZEM::StartupMutex());
     tell("(merge)", true);
@@ -75,13 +80,58 @@ std::string FailureText(const ZEM::CException& error) {
     return text;
 }
 
+namespace {
+
+// The parser's error in words, with the names it found.
+std::string ParseCause(const ZEM::SXmlParseResult& result) {
+    const std::string endTag = "'" + result.endTag + "'";
+    const std::string open = "'" + result.openElement + "'";
+    switch (result.error) {
+        case ZEM::XmlMissingEndTag:
+            if (result.endTag.empty()) return "the text ends inside the element " + open;
+            return "end tag " + endTag + " does not match the open element " + open;
+        case ZEM::XmlNoTagFound: return "no element found";
+        case ZEM::XmlEmptyFile: return "the file is empty";
+        case ZEM::XmlMissingTagName: return "'<' is not followed by a name";
+        case ZEM::XmlMissingEndTagName: return "'</' is not followed by a name and '>'";
+        case ZEM::XmlUnmatchedEndTag: return "end tag " + endTag + " closes no open element";
+        case ZEM::XmlUnterminatedClear: return "a comment, CDATA or DOCTYPE section has no end";
+        case ZEM::XmlUnexpectedToken: return "unexpected text in a tag";
+        case ZEM::XmlRootNotFound: return "no element 'zem'";
+        case ZEM::XmlUnknownEntity: return "an unknown entity or a malformed character reference";
+        case ZEM::XmlCodeAbove255: return "a character reference above 255";
+        case ZEM::XmlConversionFailed: return "no memory to convert the UTF-16 text";
+        case ZEM::XmlTooDeep: return "elements nested more than " + std::to_string(ZEM::kXmlMaxDepth) + " deep";
+        case ZEM::XmlFileTooLarge: return "the file is too large";
+        default: return "error " + std::to_string(result.error);
+    }
+}
+
+}  // namespace
+
+std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const std::string& file) {
+    SPlace place{file};
+    const auto* failure = dynamic_cast<const ZEM::CParseFailure*>(&error);
+    if (failure != nullptr) {
+        const ZEM::SXmlParseResult& result = failure->Result();
+        if (!failure->File().empty()) place.file = ZEM::Narrow(failure->File());
+        if (result.line > 0) {
+            place.line = static_cast<int>(result.line);
+            place.column = static_cast<int>(result.column);
+        }
+    }
+    std::vector<SDiagnostic> told{{place, ESeverity::kError, FailureText(error)}};
+    if (failure != nullptr) told.push_back({place, ESeverity::kError, ParseCause(failure->Result())});
+    return told;
+}
+
 bool LoadOrTell(CSession& session, const std::string& file, bool eager) {
     try {
         session.Load(file, eager);
         return true;
     } catch (const ZEM::CException& error) {
-        const std::string text = FailureText(error);
-        PrintDiagnostic(std::cerr, PlaceOfMessage(file, text), ESeverity::kError, text);
+        for (const SDiagnostic& diagnostic : FailureDiagnostics(error, file))
+            PrintDiagnostic(std::cerr, diagnostic.place, diagnostic.severity, diagnostic.message);
         return false;
     }
 }

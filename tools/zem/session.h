@@ -8,12 +8,14 @@
 #include <vector>
 
 #include "config/configuration.h"
+#include "output.h"
 #include "container/bean_factory.h"
 #include "zem/container.h"
 
 namespace zemcli {
 
 class CBeanIndex;
+class CSourceMap;
 
 // One failure that a bean request dropped.
 struct SDroppedFailure {
@@ -33,14 +35,16 @@ public:
     void RecordFailures();
     std::vector<SDroppedFailure> TakeFailures();
 
-    // Told when each step of a load ("(read)", "(merge)", "(eager beans)")
-    // starts (true) and ends (false), for timing.
+    // Told when each step of a load ("(read)", the "(parse)" of each file
+    // within it, "(merge)", "(eager beans)") starts (true) and ends (false),
+    // for timing.
     using StepWatch = std::function<void(const char* step, bool started)>;
 
     // Loads `file` ("-": the text on standard input, which has no includes)
     // in the steps of the container's own load: read, merge and, with
     // `eager`, the eager beans. Throws CException with the library's message.
-    void Load(const std::string& file, bool eager, const StepWatch& watch = {});
+    // `map`, if given, learns of every document read, for positions.
+    void Load(const std::string& file, bool eager, const StepWatch& watch = {}, CSourceMap* map = nullptr);
 
     ZEM::IBeanFactory& Factory() const { return container_.Factory(); }
     ZEM::CBeanFactoryImpl& Impl() const;
@@ -55,6 +59,11 @@ private:
 // The library's message; for a class library that could not be loaded, with
 // the loader's reason in parentheses, as the failure handler tells it.
 std::string FailureText(const ZEM::CException& error);
+
+// The library's message as a diagnostic and, for a document that isn't
+// well-formed, the parser's cause as a second one, both at the place where
+// the parser stopped (in the file that failed, which may be an include).
+std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const std::string& file);
 
 // Loads as CSession::Load does; on an error prints "FILE: message" to
 // standard error and returns false.

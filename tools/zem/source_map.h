@@ -1,19 +1,18 @@
-// Where each bean definition of a loaded store stands in its files. The
-// readers keep no positions, so this walks the parsed files again in the
-// readers' own order (includes first, loops expanded, inner beans before
-// their holders) and pairs each record of the store with the element it came
-// from. Used by lint for line and column, and by list for interface names as
-// written.
+// Where the records of a loaded store stand in their files. The readers note
+// for every bean, argument, property and dependency the number of its file
+// and the offset of its element; the load tells this map of each document it
+// parses, so that those spots become a file with line and column. Used by
+// lint for positions, and by list for interface names as written.
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "config/configuration.h"
+#include "substitution/reading.h"
 #include "xml/xml_document.h"
 #include "xml/xml_node.h"
 
@@ -28,14 +27,29 @@ struct SLineColumn {
 struct SSourceFile {
     std::string path;            // as shown in output
     std::string text;            // the text as the parser saw it, UTF-8
-    ZEM::XMLNode root;           // the `zem` element; empty if the parse failed
-    ZEM::SXmlParseResult parse;  // error 0 on success
+    ZEM::XMLNode root;           // the `zem` element
     bool fromInput = false;      // a document given as text: includes have no effect
-    std::vector<std::int32_t> lineStarts;
+    // Filled by IndexLines, or by the first Locate: most files are never asked.
+    mutable std::vector<std::int32_t> lineStarts;
 
     // Line and column of a byte offset into `text`, counted as the parser
     // counts them: a multi-byte character is one column.
     SLineColumn Locate(std::int32_t offset) const;
+};
+
+// Locate for offsets asked in rising order, as a sorted report asks: each
+// column is counted on from the one before on the same line, so that many
+// places on one long line cost one pass over it.
+class CLocator {
+public:
+    explicit CLocator(const SSourceFile& file) : file_(file) {}
+    const SSourceFile& File() const { return file_; }
+    SLineColumn Locate(std::int32_t offset);
+
+private:
+    const SSourceFile& file_;
+    std::int32_t offset_ = -1;  // the place asked last, and where it is
+    SLineColumn at_;
 };
 
 // A place in a file: the byte offset of an element's '<' or an attribute's name.
@@ -50,49 +64,44 @@ struct SPropertySpots {
 };
 
 struct SBeanSpots {
-    std::string library;    // the library record the bean joins
-    std::string className;  // after the '@' split, to check the pairing
+    std::string library;  // the library record the bean joined
     SSpot at;
     std::vector<SSpot> arguments;
     std::vector<SPropertySpots> properties;
     std::vector<SSpot> dependsOn;
-    std::vector<std::string> interfaceNames;  // as written, substituted
+    std::vector<std::string> interfaceNames;  // the class names the type ids were registered for, or the ids
 };
 
 // Fills `lineStarts` from `text`, stepping through it as the parser does.
-void IndexLines(SSourceFile& file);
-
-// Reads `path` as the XML layer reads a file (UTF-16 converted, a byte order
-// mark dropped) into `text`. Returns an error code of the XML layer, 0 if read.
-std::uint32_t ReadDocumentText(const std::string& path, std::string& text);
+void IndexLines(const SSourceFile& file);
 
 class CSourceMap {
 public:
-    // Walks `file` ("-": standard input, as text) and what it includes.
-    void Read(const std::string& file);
+    // From now on `reading` tells this map of every document it parses; the
+    // map must outlive the load. `fromInput`: the load reads standard input.
+    void Listen(ZEM::CReading& reading, bool fromInput);
 
+    // Each file once, in the order it was first read.
     const std::vector<std::unique_ptr<SSourceFile>>& Files() const { return files_; }
     const SSourceFile* MainFile() const { return files_.empty() ? nullptr : files_.front().get(); }
 
-    // Pairs the bean records of `store` with their spots; records that can't
-    // be paired stay without. The store must not change afterwards.
+    // Gives the bean records of `store` their spots. The store must not
+    // change afterwards.
     void Attach(const ZEM::CConfigurationStore& store);
     const SBeanSpots* Find(const ZEM::SBean& bean) const;
 
 private:
-    SSourceFile* Parse(const std::string& shown, const std::string& opened, bool fromInput);
-    void WalkFile(const std::string& path, int depth);
-    void WalkRoot(const SSourceFile& file);
+    void Add(std::uint32_t number, const std::wstring& path, const std::string& text, const ZEM::XMLNode& root);
+    SSpot SpotOf(const ZEM::SSourceSpot& spot) const;
 
+    bool fromInput_ = false;
     std::vector<std::unique_ptr<SSourceFile>> files_;
-    std::map<std::string, SSourceFile*> byPath_;
-    std::vector<std::string> open_;  // files being walked, for include cycles
-    std::vector<SBeanSpots> beans_;  // reading order
-    std::unordered_map<const ZEM::SBean*, const SBeanSpots*> attached_;
+    std::vector<const SSourceFile*> byNumber_;  // a file read twice has two numbers
+    std::unordered_map<const ZEM::SBean*, SBeanSpots> attached_;
 };
 
-// Offset of the name of the attribute numbered `index` in the start tag at
-// `elementOffset`; the element's own offset if the tag can't be followed.
-std::int32_t AttributeOffset(const SSourceFile& file, std::int32_t elementOffset, int index);
+// Offsets of the names of all attributes of the start tag at
+// `elementOffset`, in order; fewer where the tag can't be followed.
+std::vector<std::int32_t> AttributeOffsets(const SSourceFile& file, std::int32_t elementOffset);
 
 }  // namespace zemcli

@@ -1,7 +1,8 @@
 # Runs the demo and checks that its output tells what it should: the eager
 # beans made at load, the wiring, both receipts and the exit methods at
-# Reset. Called by the CTest test examples.demo with -DDEMO=<the executable>.
-execute_process(COMMAND ${DEMO} OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+# Reset. Called by the CTest test examples.demo with -DDEMO=<the executable>
+# and, in a cross build, -DEMULATOR=<the program that runs it>.
+execute_process(COMMAND ${EMULATOR} ${DEMO} OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "demo failed (${result}):\n${errors}\n${output}")
 endif()

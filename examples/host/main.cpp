@@ -34,9 +34,12 @@ std::shared_ptr<T> Need(const ZEM::CContainer& shop, const char* name) {
     throw std::runtime_error(std::string("the bean '") + name + "' could not be made");
 }
 
-std::filesystem::path DefaultConfiguration() {
+// demo-config/demo.xml beside the program: found through /proc where there
+// is one, else through the program's name as it was started.
+std::filesystem::path DefaultConfiguration(const char* programName) {
     std::error_code error;
     std::filesystem::path executable = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error || executable.empty()) executable = programName;
     return executable.parent_path() / "demo-config" / "demo.xml";
 }
 
@@ -112,7 +115,7 @@ void Serve(const ZEM::CContainer& shop, const std::vector<std::shared_ptr<shop::
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::filesystem::path configuration = argc > 1 ? std::filesystem::path(argv[1]) : DefaultConfiguration();
+    std::filesystem::path configuration = argc > 1 ? std::filesystem::path(argv[1]) : DefaultConfiguration(argv[0]);
     std::printf("zem demo: a shop wired by the container\n");
     try {
         RegisterHostClasses();

@@ -9,7 +9,12 @@
 
 // The interfaces cross the boundary between host and library, so they keep
 // default visibility although the library is built with hidden symbols.
-#define SHOP_API __attribute__((visibility("default")))
+// (Windows compares type information by name and needs no mark for them.)
+#if defined(_WIN32) || !defined(__GNUC__)
+#  define SHOP_API
+#else
+#  define SHOP_API __attribute__((visibility("default")))
+#endif
 
 namespace shop {
 

@@ -209,8 +209,10 @@ void RegisterInterface(const char* className) {
 
 #if defined(_WIN32)
 #  define ZEM_KIT_EXPORT __declspec(dllexport)
-#else
+#elif defined(__GNUC__)
 #  define ZEM_KIT_EXPORT __attribute__((visibility("default")))
+#else
+#  define ZEM_KIT_EXPORT
 #endif
 
 #define ZEM_KIT_JOIN(a, b) ZEM_KIT_JOIN_(a, b)

@@ -17,6 +17,7 @@
 #include "config/bean_reader.h"
 #include "foundation/string_convert.h"
 #include "platform/file.h"
+#include "platform/files.h"
 #include "platform/module.h"
 #include "substitution/loops.h"
 #include "zem/exception.h"
@@ -67,9 +68,7 @@ std::string WithDocumentFolder(std::string path, const std::string& folder) {
 // The path with links, "." and ".." resolved as far as it exists; as given
 // if that fails.
 std::string Canonical(const std::string& fileSystemPath) {
-    std::error_code error;
-    std::filesystem::path canonical = std::filesystem::weakly_canonical(fileSystemPath, error);
-    return error ? fileSystemPath : canonical.string();
+    return platform::CanonicalPath(fileSystemPath);
 }
 
 // What identifies one reading among those under way: the file, however its

@@ -13,7 +13,7 @@ std::string ExecutablePath();
 // or a link: loading it loads nothing new.
 bool IsRunningProgram(const char* path);
 
-// True if `path` is a path (it has a '/') to something that exists and is no
+// True if `path` is a path (it has a '/', or on Windows a '\\') to something that exists and is no
 // regular file: a directory, a FIFO, a device. The loader would block on
 // some of these. A bare name is the loader's to search, and isn't looked at.
 bool NamesNonRegularFile(const char* path);

@@ -2,9 +2,6 @@
 // hand so that nothing depends on the process locale.
 #include "platform/numeric.h"
 
-#include <locale.h>
-#include <stdlib.h>
-
 #include <climits>
 #include <cstdlib>
 #include <string>
@@ -32,11 +29,6 @@ int DigitValue(char c) {
     if (c >= 'a' && c <= 'z') return c - 'a' + 10;
     if (c >= 'A' && c <= 'Z') return c - 'A' + 10;
     return 99;
-}
-
-locale_t CLocale() {
-    static locale_t locale = ::newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
-    return locale;
 }
 
 }  // namespace
@@ -86,6 +78,24 @@ std::uint32_t ParseUInt32Auto(const char* text) {
     return negative ? static_cast<std::uint32_t>(0u - result) : result;
 }
 
+bool ScanUInt32(const char* text, std::uint32_t& value) {
+    if (text == nullptr) return false;
+    bool negative;
+    const char* p = SkipSpaceAndSign(text, negative);
+    if (*p < '0' || *p > '9') return false;
+    std::uint64_t number = 0;
+    bool overflow = false;
+    for (; *p >= '0' && *p <= '9'; ++p) {
+        const auto digit = static_cast<std::uint64_t>(*p - '0');
+        if (number > (UINT64_MAX - digit) / 10) overflow = true;
+        else number = number * 10 + digit;
+    }
+    if (overflow) number = UINT64_MAX;
+    else if (negative) number = 0 - number;
+    value = static_cast<std::uint32_t>(number);
+    return true;
+}
+
 double ParseDouble(const char* text) {
     if (text == nullptr) return 0.0;
     // Only ASCII can belong to a number; anything else ends it.
@@ -94,18 +104,7 @@ double ParseDouble(const char* text) {
         if (static_cast<unsigned char>(*p) >= 0x80) break;
         narrow.push_back(*p);
     }
-    if (locale_t c = CLocale(); c != static_cast<locale_t>(0)) return ::strtod_l(narrow.c_str(), nullptr, c);
-    // Without a "C" locale object, hand strtod the current decimal point.
-    const char* point = ::localeconv()->decimal_point;
-    if (point != nullptr && point[0] != '\0' && !(point[0] == '.' && point[1] == '\0')) {
-        std::string localised;
-        for (char ch : narrow) {
-            if (ch == '.') localised += point;
-            else localised.push_back(ch);
-        }
-        narrow.swap(localised);
-    }
-    return std::strtod(narrow.c_str(), nullptr);
+    return StrToDoubleC(narrow.c_str());
 }
 
 }  // namespace ZEM::platform

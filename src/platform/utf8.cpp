@@ -48,6 +48,20 @@ void WidenAscii(const unsigned char* p, std::size_t count, wchar_t* into) {
 
 constexpr wchar_t kReplacement = 0xFFFD;
 
+// Where wchar_t has 16 bits (Windows) it holds UTF-16, and a code point above
+// the Basic Multilingual Plane takes a surrogate pair.
+constexpr bool kWideIsUtf16 = sizeof(wchar_t) == 2;
+
+void AppendCodePoint(char32_t c, std::wstring& out) {
+    if (kWideIsUtf16 && c >= 0x10000) {
+        c -= 0x10000;
+        out.push_back(static_cast<wchar_t>(0xD800 + (c >> 10)));
+        out.push_back(static_cast<wchar_t>(0xDC00 + (c & 0x3FF)));
+        return;
+    }
+    out.push_back(static_cast<wchar_t>(c));
+}
+
 // Room for `more` further elements; grows geometrically so that a caller that
 // appends piece by piece stays linear.
 template <class String>
@@ -127,7 +141,7 @@ void DecodeUtf8(const char* text, std::size_t length, std::wstring& out) {
             ++p;
             continue;
         }
-        out.push_back(static_cast<wchar_t>(c));
+        AppendCodePoint(c, out);
         p = q;
     }
 }
@@ -146,7 +160,16 @@ void EncodeUtf8(const wchar_t* text, std::size_t length, std::string& out) {
             for (; i < run; ++i) *into++ = static_cast<char>(text[i]);
             continue;
         }
-        Encode(static_cast<char32_t>(static_cast<std::uint32_t>(text[i])), out);
+        char32_t c = static_cast<char32_t>(static_cast<std::uint32_t>(text[i]));
+        if (kWideIsUtf16 && c >= 0xD800 && c <= 0xDBFF && i + 1 < length) {
+            const auto low = static_cast<char32_t>(static_cast<std::uint32_t>(text[i + 1]));
+            if (low >= 0xDC00 && low <= 0xDFFF) {
+                Encode(0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00), out);
+                i += 2;
+                continue;
+            }
+        }
+        Encode(c, out);  // a lone surrogate encodes as '?'
         ++i;
     }
 }

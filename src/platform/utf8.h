@@ -1,5 +1,6 @@
 // The library's own UTF-8 <-> wide codec, independent of the process locale.
-// All narrow text in libzem is UTF-8; a wchar_t holds one code point.
+// All narrow text in libzem is UTF-8. Wide text is UTF-32 where wchar_t has
+// 32 bits and UTF-16 where it has 16 (Windows), with surrogate pairs.
 #pragma once
 
 #include <array>

@@ -9,4 +9,8 @@ namespace ZEM::platform {
 // False if the random source failed.
 bool NewUuidText(std::string& text);
 
+// Writes 16 random bytes as a version-4 UUID text, setting its version and
+// variant bits first.
+void FormatUuid(unsigned char (&bytes)[16], std::string& text);
+
 }  // namespace ZEM::platform

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "foundation/string_convert.h"
+#include "platform/numeric.h"
 #include "platform/text.h"
 #include "substitution/reading.h"
 #include "zem/exception.h"
@@ -25,8 +26,8 @@ static_assert(sizeof(unsigned int) == 4, "loop bounds are read into a 32-bit wor
 // A bound as "%u" reads it (blanks skipped, a sign accepted, trailing text
 // ignored), then taken as a signed 32-bit number, so -3 is minus three.
 bool ParseBound(const char* text, std::int32_t& bound) {
-    unsigned int word = 0;
-    if (text == nullptr || std::sscanf(text, "%u", &word) != 1) return false;
+    std::uint32_t word = 0;
+    if (!platform::ScanUInt32(text, word)) return false;
     bound = static_cast<std::int32_t>(word);
     return true;
 }

@@ -3,7 +3,7 @@
 # rows add up to the total and a bean's self time leaves out its children;
 # the trace's complete events carry the required fields and nest per thread;
 # the page holds the trace. Called by CTest with -DTOOL -DWORKDIR -DOUT.
-execute_process(COMMAND ${TOOL} profile --json --trace ${OUT}/profile.trace.json --html ${OUT}/profile.html
+execute_process(COMMAND ${EMULATOR} ${TOOL} profile --json --trace ${OUT}/profile.trace.json --html ${OUT}/profile.html
                         profile.xml
   WORKING_DIRECTORY ${WORKDIR} RESULT_VARIABLE status OUTPUT_VARIABLE json ERROR_VARIABLE err)
 # A bean failed, so the status is 1; what a bean printed is not in the JSON.

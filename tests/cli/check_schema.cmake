@@ -60,7 +60,7 @@ copy_document(${SOURCE_DIR}/examples/config/pricing.xml.in ${WORK_DIR}/misspelt/
 file(READ ${WORK_DIR}/misspelt/shop.xml shop)
 # The demo's placeholder library can't load, so lint always says so; each
 # misspelling must add to what it says.
-execute_process(COMMAND ${TOOL} lint ${WORK_DIR}/misspelt/shop.xml OUTPUT_VARIABLE baseline)
+execute_process(COMMAND ${EMULATOR} ${TOOL} lint ${WORK_DIR}/misspelt/shop.xml OUTPUT_VARIABLE baseline)
 # A misspelt element changes its opening and closing tags alike. A wrong
 # truth value or type name is the schema's alone: lint leaves values to the load.
 set(misspellings
@@ -90,7 +90,7 @@ foreach(change ${misspellings})
   if(parts GREATER 2)
     continue()
   endif()
-  execute_process(COMMAND ${TOOL} lint ${WORK_DIR}/misspelt/shop.xml RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+  execute_process(COMMAND ${EMULATOR} ${TOOL} lint ${WORK_DIR}/misspelt/shop.xml RESULT_VARIABLE rc OUTPUT_VARIABLE out)
   if(NOT rc EQUAL 1 OR out STREQUAL baseline)
     message(FATAL_ERROR "zem lint has nothing on the demo with '${from}' written '${to}':\n${out}")
   endif()

@@ -1,11 +1,12 @@
 # Runs the zem tool and checks what it did. Called by CTest as
 #   cmake -DTOOL=... -DWORKDIR=... -DARGS=a|b|c -DEXIT=n [-DEXPECTED=file] [-DMATCH=regex]
-#         [-DSTDIN=file] [-DOUTPUT=file] [-DFIXTURES=dir] [-DEACH=w1|w2] -P run_case.cmake
+#         [-DSTDIN=file] [-DOUTPUT=file] [-DFIXTURES=dir] [-DEACH=w1|w2] [-DEMULATOR=...] -P run_case.cmake
 # EXPECTED is compared with the whole standard output, after the fixture
 # folder is written <fixtures> and generated bean ids <UUID>; MATCH must be
 # found in standard output and standard error together; OUTPUT keeps the
 # standard output for a later step. With EACH the tool runs once per word,
-# with '@' in ARGS and MATCH replaced by the word.
+# with '@' in ARGS and MATCH replaced by the word. EMULATOR runs a tool of a
+# cross build; the line ends of a Windows console become '\n'.
 set(input_option)
 if(STDIN)
   set(input_option INPUT_FILE ${WORKDIR}/${STDIN})
@@ -20,14 +21,19 @@ foreach(word ${words})
   string(REPLACE "@" "${word}" run_args "${ARGS}")
   string(REPLACE "|" ";" args "${run_args}")
   string(REPLACE "@" "${word}" match "${MATCH}")
-  execute_process(COMMAND ${TOOL} ${args} WORKING_DIRECTORY ${WORKDIR} ${input_option}
+  execute_process(COMMAND ${EMULATOR} ${TOOL} ${args} WORKING_DIRECTORY ${WORKDIR} ${input_option}
     RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  string(REPLACE "\r\n" "\n" out "${out}")
+  string(REPLACE "\r\n" "\n" err "${err}")
   if(OUTPUT)
     file(WRITE ${OUTPUT} "${out}")
   endif()
   if(FIXTURES)
     string(REPLACE "${FIXTURES}" "<fixtures>" out "${out}")
     string(REPLACE "${FIXTURES}" "<fixtures>" err "${err}")
+    # The expected outputs name the class libraries as Linux does.
+    string(REGEX REPLACE "(<fixtures>/[A-Za-z_]+)\\.dll" "\\1.so" out "${out}")
+    string(REGEX REPLACE "(<fixtures>/[A-Za-z_]+)\\.dll" "\\1.so" err "${err}")
   endif()
   string(REGEX REPLACE "${hex4}${hex4}-${hex4}-${hex4}-${hex4}-${hex4}${hex4}${hex4}" "<UUID>" out "${out}")
 

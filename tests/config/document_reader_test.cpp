@@ -102,9 +102,13 @@ TEST_F(DocumentReader, IncludeCyclesAreRefused) {
     folder_.Write("linked/real/main.xml", Document(Include("next.xml"), Bean("main")));
     folder_.Write("linked/real/next.xml", Document("", Bean("real-next")));
     folder_.Write("linked/link/next.xml", Document(Include("../real/main.xml"), Bean("link-next")));
-    std::filesystem::create_symlink("../real/main.xml", folder_.Path("linked/link/main.xml"));
-    EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"linked/link/main.xml")),
-              (Names{"real-next", "main", "link-next", "main"}));
+    // Windows makes symbolic links only with a privilege, and Wine makes none.
+    std::error_code noLinks;
+    std::filesystem::create_symlink("../real/main.xml", zem_support::Utf8Path(folder_.Path("linked/link/main.xml")),
+                                    noLinks);
+    if (!noLinks)
+        EXPECT_EQ(MainBeans(ReadFile(prefix_ + L"linked/link/main.xml")),
+                  (Names{"real-next", "main", "link-next", "main"}));
 }
 
 TEST_F(DocumentReader, FileFailuresNameTheFileThatFailed) {

@@ -1,11 +1,11 @@
 // Where makers come from: a class library built with the kit alone
 // (tests/fixtures/kit), and the local library, where a host registers its own.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include "fixtures/kit/kit_fixture.h"
 #include "kit/kit_test_classes.h"
 #include "kit/kit_xml.h"
+#include "platform/module.h"
 #include "zem/class.h"
 #include "zem/zem.h"
 
@@ -15,9 +15,11 @@ namespace {
 using namespace xml;
 using Events = std::vector<std::string>;
 
-const std::string kLibrary = std::string(ZEM_FIXTURE_DIR) + "/libkit.so";
+const std::string kLibrary = std::string(ZEM_FIXTURE_DIR) + "/libkit" ZEM_MODULE_SUFFIX;
 
-void* LibrarySymbol(const char* name) { return dlsym(dlopen(kLibrary.c_str(), RTLD_NOW | RTLD_LOCAL), name); }
+void* LibrarySymbol(const char* name) {
+    return ZEM::platform::FindSymbol(ZEM::platform::LoadModule(kLibrary.c_str()), name);
+}
 
 std::vector<std::string>& LibraryJournal() {
     return *reinterpret_cast<kit_fixture::JournalFunction>(LibrarySymbol(kit_fixture::kJournalSymbol))();

@@ -9,6 +9,7 @@
 
 #include "foundation/string_convert.h"
 #include "kit/kit_xml.h"
+#include "platform/stack.h"
 #include "support/message_of.h"
 #include "support/small_stack.h"
 #include "support/temp_dir.h"
@@ -128,9 +129,14 @@ TEST_F(HostileDocuments, ReferenceChainsEndInAnEmptyLinkInsteadOfOverflowing) {
     ZEM::CContainer container(text.c_str());
     EXPECT_EQ(length(container.GetBean("b0")), 256);  // the main thread's stack holds it all
     int onSmallStack = -1;
-    zem_support::RunOnSmallStack([&] { onSmallStack = length(container.GetBean("b0")); });
+    std::size_t stack = 0;
+    zem_support::RunOnSmallStack([&] {
+        stack = ZEM::platform::StackLeft();
+        onSmallStack = length(container.GetBean("b0"));
+    });
     EXPECT_GE(onSmallStack, 0);
-    EXPECT_LT(onSmallStack, 256);
+    // Wine gives no thread less than 1 MiB of stack, which holds the whole chain.
+    if (stack <= 2 * zem_support::kSmallStack) EXPECT_LT(onSmallStack, 256);
     EXPECT_EQ(length(container.GetBean("b200")), 100);  // the container still works
 }
 

@@ -67,7 +67,7 @@ TEST(ParameterTypesTest, EachConfiguredTypeReachesItsCppType) {
         Case<const char*>("const char*", "grüße", "grüße", "", ""),
         Case<const std::string&>("char*", "a b", "a b", "", ""),
         Case<std::string_view>("const char*", "view", "view", "v", "v"),
-        Case<std::wstring>("wchar_t*", "wide", L"wide", "", L""),
+        Case<std::wstring>("wchar_t*", "wide \U0001F600", L"wide \U0001F600", "", L""),
         Case<const wchar_t*>("const wchar_t*", "grüße €", L"grüße €", "w", L"w"),
         Case<std::wstring_view>("wchar_t*", "ω", L"ω", "", L""),
     };

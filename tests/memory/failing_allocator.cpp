@@ -3,6 +3,7 @@
 #include "memory/failing_allocator.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -28,12 +29,24 @@ bool FailThisOne() {
     return true;
 }
 
+// `alignment` 0 for the plain forms. An aligned block comes from malloc with
+// room to align it, its own address kept just below the aligned one, so that
+// every system's C library serves it alike.
 void* Allocate(std::size_t size, std::size_t alignment) {
     if (FailThisOne()) return nullptr;
     if (size == 0) size = 1;
-    if (alignment <= alignof(std::max_align_t)) return __real_malloc(size);
-    void* memory = nullptr;
-    return posix_memalign(&memory, alignment, size) == 0 ? memory : nullptr;
+    if (alignment == 0) return __real_malloc(size);
+    if (alignment < alignof(void*)) alignment = alignof(void*);
+    void* block = __real_malloc(size + alignment + sizeof(void*));
+    if (block == nullptr) return nullptr;
+    const std::uintptr_t aligned =
+        (reinterpret_cast<std::uintptr_t>(block) + sizeof(void*) + alignment - 1) & ~(alignment - 1);
+    reinterpret_cast<void**>(aligned)[-1] = block;
+    return reinterpret_cast<void*>(aligned);
+}
+
+void FreeAligned(void* memory) {
+    if (memory != nullptr) std::free(static_cast<void**>(memory)[-1]);
 }
 
 void* AllocateOrThrow(std::size_t size, std::size_t alignment) {
@@ -72,6 +85,7 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 
 using zem_test::Allocate;
 using zem_test::AllocateOrThrow;
+using zem_test::FreeAligned;
 
 void* operator new(std::size_t size) { return AllocateOrThrow(size, 0); }
 void* operator new[](std::size_t size) { return AllocateOrThrow(size, 0); }
@@ -89,11 +103,11 @@ void operator delete(void* p) noexcept { std::free(p); }
 void operator delete[](void* p) noexcept { std::free(p); }
 void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete(void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::align_val_t) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t) noexcept { FreeAligned(p); }
+void operator delete[](void* p, std::align_val_t) noexcept { FreeAligned(p); }
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept { FreeAligned(p); }
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept { FreeAligned(p); }
 void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
 void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { FreeAligned(p); }
+void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { FreeAligned(p); }

@@ -42,7 +42,7 @@ TEST(SubstituteParameters, Table) {
                                       {L"_x", L"unreachable"}, {L" sp ", L"blank"}, {L"n", L"Big Name"},
                                       {L"r", L"%b%"}, {L"b", L"x"}, {L"c", L"<%r%|%b%>"}, {L"f", L"50%"},
                                       {L"open", L"%b"}, {L"ref", L"%.n%"}, {L"self", L"%self%"},
-                                      {L"p", L"%q%"}, {L"q", L"x%p%%p%"}});
+                                      {L"p", L"%q%"}, {L"q", L"x%p%%p%"}, {L"g", L"\U0001F600 Ab"}});
     for (const SCase& c : std::initializer_list<SCase>{
              {"a%i%b%i%c", L"a7b7c"}, {"%i%%i%", L"77"}, {"caf\xC3\xA9%i%", L"caf\u00E9" L"7"},
              {"x%e%%i%", L"x7"},                                  // an empty value simply disappears
@@ -51,6 +51,8 @@ TEST(SubstituteParameters, Table) {
              {"100%", kInvalid}, {"%i%%", kInvalid}, {"%%", kMissing}, {"%.%", kMissing}, {"%I%", kMissing},
              // Flags: '.' drops blanks, '_' lowers, '^' raises; their order in the pattern does not matter.
              {"%.n%", L"BigName"}, {"%_^n%", L"BIG NAME"}, {"%^_n%", L"BIG NAME"}, {"%_.n%", L"bigname"},
+             // A character beyond 16 bits (a surrogate pair where wchar_t has 16) stays whole.
+             {"%_.g%\xF0\x9F\x98\x80", L"\U0001F600ab\U0001F600"}, {"%^g%", L"\U0001F600 AB"},
              // An inserted value is scanned again, from the insertion point on.
              {"%r%", L"x"}, {"1%c%2", L"1<x|x>2"}, {"%f%", kInvalid},
              {"%open%%", L"x"}, {"%open%", kInvalid},  // the inserted "%b" pairs with the '%' after it

@@ -5,10 +5,17 @@
 #include <string>
 #include <vector>
 
+// Exported by the test program, where the fixtures look for them.
+#if defined(_WIN32)
+#  define ZEM_FIXTURE_LOG_API __declspec(dllexport)
+#else
+#  define ZEM_FIXTURE_LOG_API
+#endif
+
 extern "C" {
-void zem_fixture_record(const char* line);  // unless recording is off
-unsigned long zem_fixture_serial();          // 1, 2, ... since the last Reset()
-void zem_fixture_object(const void* object, const char* tag);  // a null tag forgets
+ZEM_FIXTURE_LOG_API void zem_fixture_record(const char* line);  // unless recording is off
+ZEM_FIXTURE_LOG_API unsigned long zem_fixture_serial();          // 1, 2, ... since the last Reset()
+ZEM_FIXTURE_LOG_API void zem_fixture_object(const void* object, const char* tag);  // a null tag forgets
 }
 
 namespace zem_support {

@@ -28,7 +28,7 @@ using Lines = std::vector<std::string>;
 
 // The path of a fixture class library built by the test build.
 inline std::string FixturePath(const std::string& name) {
-    return std::string(ZEM_FIXTURE_DIR) + "/lib" + name + ".so";
+    return std::string(ZEM_FIXTURE_DIR) + "/lib" + name + ZEM_MODULE_SUFFIX;
 }
 inline std::string RecordingLibrary() { return FixturePath("recording"); }
 

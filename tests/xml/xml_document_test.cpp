@@ -2,7 +2,6 @@
 // temporary folder (encodings, byte-order marks, empty, missing and
 // oversized files).
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "foundation/string_convert.h"
 #include "support/temp_dir.h"
@@ -117,7 +116,7 @@ TEST_F(XmlFile, ErrorsInFiles) {
         EXPECT_EQ(result_.line, 0);
     }
     // Sparse: no disk space is used, and nothing may be read from it.
-    ASSERT_EQ(truncate(folder_.Write("huge.xml", "<zem/>").c_str(), 3LL << 30), 0);
+    std::filesystem::resize_file(zem_support::Utf8Path(folder_.Write("huge.xml", "<zem/>")), 3ULL << 30);
     EXPECT_TRUE(ZEM::ParseFile(folder_.Path("huge.xml").c_str(), "zem", &result_).IsEmpty());
     EXPECT_EQ(result_.error, ZEM::XmlFileTooLarge);
 }

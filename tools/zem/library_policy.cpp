@@ -2,15 +2,11 @@
 // sides are resolved, so that "..", "." and links lead nowhere else.
 #include "library_policy.h"
 
-#include <limits.h>
-#include <stdlib.h>
-
-#include <cerrno>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "library/policy.h"
+#include "platform/files.h"
 #include "zem/policy.h"
 
 namespace zemcli {
@@ -18,9 +14,8 @@ namespace zemcli {
 namespace {
 
 // The path with links, "." and ".." resolved; empty if it doesn't exist.
-std::string Resolved(const char* path) {
-    char resolved[PATH_MAX];
-    return ::realpath(path, resolved) != nullptr ? std::string(resolved) : std::string();
+std::string Resolved(const char* path, bool* missing = nullptr) {
+    return ZEM::platform::ResolvedPath(path, missing);
 }
 
 bool IsUnder(const std::string& path, const std::string& folder) {
@@ -42,10 +37,11 @@ void ApplyAllowOption(const SParsedArgs& parsed) {
         folders.push_back(std::move(resolved));
     }
     ZEM::SetLibraryPolicy([folders](const char* path) {
-        if (std::strchr(path, '/') == nullptr) return false;
-        const std::string resolved = Resolved(path);
+        if (!ZEM::platform::HasFolderPart(path)) return false;
+        bool missing = false;
+        const std::string resolved = Resolved(path, &missing);
         // A file that isn't there is left to the loader, which says so.
-        if (resolved.empty()) return errno == ENOENT;
+        if (resolved.empty()) return missing;
         for (const std::string& folder : folders)
             if (IsUnder(resolved, folder)) return true;
         return false;

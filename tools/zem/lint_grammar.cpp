@@ -12,6 +12,7 @@
 #include "cli.h"
 #include "grammar.h"
 #include "lint.h"
+#include "platform/numeric.h"
 
 namespace zemcli {
 
@@ -185,8 +186,8 @@ private:
     void Iterations(const ZEM::XMLNode& loop) {
         // Bounds as the loop walker reads them; a bad one fails the load anyway.
         auto bound = [](const char* text, int& value) {
-            unsigned int word = 0;
-            if (text == nullptr || std::sscanf(text, "%u", &word) != 1) return false;
+            std::uint32_t word = 0;
+            if (!ZEM::platform::ScanUInt32(text, word)) return false;
             value = static_cast<int>(word);
             return true;
         };

@@ -1,6 +1,6 @@
 // Must not compile: a setter whose parameter no configured value can fill.
 // By default the parameter is a list of strings; with -DZEM_KIT_LONG it is a
-// 64-bit long, which has a message of its own. With -DZEM_KIT_SUPPORTED it is
+// 64-bit integer, which has a message of its own. With -DZEM_KIT_SUPPORTED it is
 // the 32-bit type the configuration's long stands for and the file compiles,
 // which shows that the failures come from the kit's checks and not from the
 // build setup.
@@ -13,7 +13,7 @@
 #if defined(ZEM_KIT_SUPPORTED)
 using Limit = std::int32_t;
 #elif defined(ZEM_KIT_LONG)
-using Limit = long;
+using Limit = std::int64_t;  // long here, long long on Windows
 #else
 using Limit = const std::vector<std::string>&;
 #endif

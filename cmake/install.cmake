@@ -10,6 +10,7 @@ install(TARGETS zem EXPORT zemTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/zem DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
+install(FILES ${ZEM_GENERATED_INCLUDE}/zem/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zem COMPONENT dev)
 install(EXPORT zemTargets NAMESPACE zem:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/zem COMPONENT dev)
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/zemConfig.cmake.in
@@ -27,3 +28,14 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/zem.pc.in ${PROJECT_BINARY_DIR}/zem.p
 install(FILES ${PROJECT_BINARY_DIR}/zem.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
 install(FILES ${PROJECT_SOURCE_DIR}/docs/zem.xsd DESTINATION ${CMAKE_INSTALL_DATADIR}/zem COMPONENT dev)
+
+# The documentation and the example sources go with the development files,
+# in the folder of the package that holds them. The examples build there on
+# their own against the installed library (examples/CMakeLists.txt).
+set(ZEM_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/libzem-dev CACHE PATH "Where the documentation and examples are installed")
+install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/LICENSE
+  DESTINATION ${ZEM_DOC_DIR} COMPONENT dev)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${ZEM_DOC_DIR}/docs COMPONENT dev
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${ZEM_DOC_DIR}/examples COMPONENT dev
+  PATTERN "check_demo.cmake" EXCLUDE)

@@ -70,11 +70,36 @@ The zem command loads a configuration as a host would and reports what\n\
 fails (zem check), lists and graphs its beans, explains why a bean is not\n\
 made, and warns about what the readers would silently ignore (zem lint).")
 
-# Debian wants the copyright file in every package's doc folder; a plain
-# install leaves them out.
+# The loader's cache is refreshed by dpkg's ldconfig trigger once per run.
+# CPack would also call ldconfig from scripts of its own; scripts of ours
+# that do nothing stand in their place.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers
+  ${PROJECT_SOURCE_DIR}/cmake/debian/postinst ${PROJECT_SOURCE_DIR}/cmake/debian/postrm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# Debian wants in every package's doc folder the copyright file, the upstream
+# changelog and a Debian changelog; a plain install leaves them out. The
+# Debian changelog has one entry, for this version, dated by
+# SOURCE_DATE_EPOCH when that is set, so that a rebuild gives the same bytes.
+set(deb_docs ${PROJECT_BINARY_DIR}/debian)
+string(TIMESTAMP deb_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+file(MAKE_DIRECTORY ${deb_docs})
+configure_file(${PROJECT_SOURCE_DIR}/CHANGELOG.md ${deb_docs}/changelog COPYONLY)
+file(WRITE ${deb_docs}/changelog.Debian "zem (${deb_version}) unstable; urgency=medium
+
+  * Packaged from the upstream release ${PROJECT_VERSION}; see changelog.gz.
+
+ -- ${ZEM_PACKAGE_CONTACT}  ${deb_date}
+")
+foreach(doc changelog changelog.Debian)
+  execute_process(COMMAND gzip -9nf ${deb_docs}/${doc} RESULT_VARIABLE failed)
+  if(failed)
+    message(FATAL_ERROR "gzip failed on ${deb_docs}/${doc}")
+  endif()
+endforeach()
 foreach(component runtime dev tools)
   string(TOUPPER ${component} upper)
-  install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright ${deb_docs}/changelog.gz ${deb_docs}/changelog.Debian.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
 

@@ -121,15 +121,15 @@ int main(int argc, char** argv) {
         RegisterHostClasses();
 
         Section("2. Loading the configuration; eager beans are made now");
-        // A private factory first, so that the failure handler is in place
-        // before the eager beans are made; Reset(path) then loads the file.
-        ZEM::CContainer shop(nullptr);
-        ZEM::SetBeanFailureHandler(shop.Factory(), [](const char* name, const std::wstring& reason,
-                                                      const std::vector<std::string>&) {
+        // The shared factory first, so that the failure handler is in place
+        // before the eager beans are made; FromFile then loads the file into it.
+        ZEM::CContainer shared;
+        ZEM::SetBeanFailureHandler(shared.Factory(), [](const char* name, const std::wstring& reason,
+                                                        const std::vector<std::string>&) {
             std::fprintf(stderr, "demo: the bean '%s' was not made: %ls\n", name, reason.c_str());
         });
         std::printf("  reading %s (it includes shop.xml and pricing.xml)\n", configuration.filename().c_str());
-        shop.Reset(configuration.wstring().c_str());
+        ZEM::CContainer shop = ZEM::CContainer::FromFile(configuration, true);
         std::printf("  (catalog and the tills are eager; the tills pulled in money-format through\n"
                     "   depends-on, and card, printer and daily-totals through their properties)\n");
 

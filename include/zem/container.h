@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <typeinfo>
 
@@ -37,6 +39,12 @@ public:
     CContainer(const char* text, bool shared = false);
     // Loads the configuration file `path`, following its includes.
     CContainer(const wchar_t* path, bool shared = false);
+    // Named forms that can't be mistaken for each other: a container loaded
+    // from the configuration file `path` (with its includes), or from the XML
+    // `text` itself. Prefer these to the two constructors above, where only
+    // the width of the characters tells a file name from a document.
+    static CContainer FromFile(const std::filesystem::path& path, bool shared = false);
+    static CContainer FromText(std::string_view text, bool shared = false);
     CContainer(const CContainer& other);
     CContainer(CContainer&& other) noexcept;  // leaves `other` without factory
     CContainer& operator=(const CContainer& other);

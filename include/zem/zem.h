@@ -11,3 +11,4 @@
 #include "zem/policy.h"
 #include "zem/services.h"
 #include "zem/typed_wrapper.h"
+#include "zem/version.h"

@@ -85,6 +85,15 @@ CContainer::CContainer(const char* text, bool shared) : factory_(AcquireFactory(
 
 CContainer::CContainer(const wchar_t* path, bool shared) : factory_(AcquireFactory(shared)) { LoadFile(factory_, path); }
 
+CContainer CContainer::FromFile(const std::filesystem::path& path, bool shared) {
+    // The path's bytes as the tool and the wide constructor's callers give them.
+    return CContainer(Widen(path.string()).c_str(), shared);
+}
+
+CContainer CContainer::FromText(std::string_view text, bool shared) {
+    return CContainer(std::string(text).c_str(), shared);
+}
+
 CContainer::CContainer(const CContainer& other) = default;
 CContainer::CContainer(CContainer&& other) noexcept = default;
 CContainer& CContainer::operator=(const CContainer& other) = default;

@@ -80,8 +80,8 @@ struct SLineAllocator {
     T* allocate(std::size_t count) {
         return static_cast<T*>(::operator new(Lines(count), std::align_val_t(kLine)));
     }
-    void deallocate(T* block, std::size_t count) noexcept {
-        ::operator delete(block, Lines(count), std::align_val_t(kLine));
+    void deallocate(T* block, std::size_t) noexcept {
+        ::operator delete(block, std::align_val_t(kLine));
     }
     static std::size_t Lines(std::size_t count) { return (count * sizeof(T) + kLine - 1) / kLine * kLine; }
 

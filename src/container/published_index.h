@@ -146,7 +146,7 @@ template <class Value>
 void CPublishedIndex<Value>::Add(const char* name, std::uint32_t position, const Value& value,
                                  const std::string* ownPath) noexcept {
     try {
-        entries_.push_back(std::make_unique<SEntry>(IndexHash(name) + position, name, position, &value, ownPath));
+        entries_.push_back(std::unique_ptr<SEntry>(new SEntry{IndexHash(name) + position, name, position, &value, ownPath}));
     } catch (...) {
         return;
     }

@@ -1,6 +1,6 @@
 # The generated man page is clean roff, and the generated bash completion
-# offers the verbs, each verb's options, and nothing after an option that
-# takes a value. Input: DOCS, the folder with zem.1 and zem.bash.
+# offers the verbs, each verb's options, and an option's values where the
+# usage line names them. Input: DOCS, the folder with zem.1 and zem.bash.
 cmake_minimum_required(VERSION 3.25)
 
 find_program(GROFF groff)
@@ -12,8 +12,9 @@ if(GROFF)
 endif()
 
 # "words typed|expected offers"
-set(cases "zem ex|explain" "zem help l|list lint" "zem check --n|--no-eager" "zem xml --r|--root"
-          "zem xml --root |" "zem lint a.xml --|--help --load --allow")
+set(cases "zem ex|explain" "zem help l|list lint" "zem --v|--version" "zem check --n|--no-eager" "zem xml --r|--root"
+          "zem xml --root |" "zem lint a.xml --|--help --load --allow --json" "zem graph --|--help --format"
+          "zem graph --format |dot svg" "zem graph --format s|svg")
 foreach(case ${cases})
   string(REPLACE "|" ";" case "${case}")
   list(GET case 0 words)

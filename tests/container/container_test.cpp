@@ -72,4 +72,19 @@ TEST_F(ContainerTest, LoadFailures) {
     EXPECT_FALSE(container.GetBean("lost"));
 }
 
+// The named forms: a path is never taken for text, and a view needs no end zero.
+TEST_F(ContainerTest, NamedForms) {
+    TempDir temp;
+    const std::string document = Document({{RecordingLibrary(), {Bean("from.file", "Widget")}}});
+    CContainer fromFile = CContainer::FromFile(temp.Write("app.xml", document));
+    EXPECT_TRUE(fromFile.Exists("from.file"));
+    EXPECT_NE(MessageOf([&] { CContainer::FromFile(temp.Path("missing.xml")); }), L"");
+
+    const std::string padded = document + "<zem><library";  // an error if read
+    CContainer fromText = CContainer::FromText(std::string_view(padded).substr(0, document.size()), true);
+    EXPECT_TRUE(fromText.Exists("from.file"));
+    EXPECT_TRUE(CContainer().Exists("from.file")) << "shared as asked";
+
+}
+
 }  // namespace

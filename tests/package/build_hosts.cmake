@@ -1,10 +1,11 @@
 # Builds and runs hosts against an installed libzem, as its users would: the
-# README's ten-line host with pkg-config and with find_package, and a host
-# that catches the library's exceptions.
+# README's ten-line host with pkg-config and with find_package, a host that
+# catches the library's exceptions, and the installed examples on their own.
 #   MODE=install  install the build tree, then move the prefix elsewhere
 #   MODE=deb      make the Debian packages (or take those in DEB_DIR) and
 #                 unpack them with dpkg-deb -x, as dpkg -i would lay them out
-# Inputs: MODE, ZEM_BUILD_DIR or DEB_DIR, CONSUMER_DIR, README, WORK_DIR.
+# Inputs: MODE, ZEM_BUILD_DIR or DEB_DIR, CONSUMER_DIR, README, CHECK_DEMO
+# (examples/check_demo.cmake), WORK_DIR.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -53,7 +54,10 @@ elseif(MODE STREQUAL "deb")
   endforeach()
   set(prefix ${WORK_DIR}/root/usr)
   foreach(file bin/zem share/man/man1/zem.1.gz share/bash-completion/completions/zem share/zem/zem.xsd
-               share/doc/libzem0/copyright share/doc/libzem-dev/copyright share/doc/zem-tools/copyright)
+               include/zem/version.h share/doc/libzem-dev/docs/hosting.md
+               share/doc/libzem0/copyright share/doc/libzem-dev/copyright share/doc/zem-tools/copyright
+               share/doc/libzem0/changelog.Debian.gz share/doc/libzem-dev/changelog.Debian.gz
+               share/doc/zem-tools/changelog.Debian.gz)
     if(NOT EXISTS ${prefix}/${file})
       message(FATAL_ERROR "the packages hold no ${file}")
     endif()
@@ -99,4 +103,13 @@ run(${WORK_DIR}/build/consumer)
 if(NOT out MATCHES "consumer: ok")
   message(FATAL_ERROR "the consumer said '${out}'")
 endif()
-message(STATUS "hosts built against ${prefix}: ok")
+
+# The examples, from where the package puts them, as a project of their own.
+file(GLOB examples LIST_DIRECTORIES true ${prefix}/share/doc/*/examples)
+if(NOT examples)
+  message(FATAL_ERROR "no examples under ${prefix}/share/doc")
+endif()
+run(${CMAKE_COMMAND} -S ${examples} -B ${WORK_DIR}/examples -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/examples -j2)
+run(${CMAKE_COMMAND} -DDEMO=${WORK_DIR}/examples/demo -P ${CHECK_DEMO})
+message(STATUS "hosts and examples built against ${prefix}: ok")

@@ -41,25 +41,33 @@ foreach(line ${command_lines})
   set(summary "${CMAKE_MATCH_2}")
   list(APPEND verbs ${verb})
   help_of(text ${verb})
-  # Options: "  --name", "  --name VALUE", each at the start of a line.
-  string(REGEX MATCHALL "\n  --[a-z-]+( [A-Z]+)?" option_lines "\n${text}")
+  # Options from the usage line: "[--name]" or "[--name VALUE]", perhaps
+  # nested ("[--load [--allow DIR]...]"). A VALUE of alternatives (dot|svg) is
+  # completed from them, one that names a file (OUT.json) from file names, DIR
+  # from folders, any other (NAME) not at all.
+  # The brackets become blanks first: an unbalanced '[' would keep a CMake
+  # list from splitting.
+  string(REGEX MATCH "^usage: [^\n]*" usage "${text}")
+  string(REGEX REPLACE "[][]" " " usage "${usage}")
+  string(REGEX MATCHALL "--[a-z-]+( [^ -][^ ]*)?" option_words "${usage}")
   set(options "--help")
-  set(valued)
-  foreach(option ${option_lines})
-    string(STRIP "${option}" option)
-    if(option MATCHES "^(--[a-z-]+) [A-Z]+$")
-      list(APPEND options ${CMAKE_MATCH_1})
-      list(APPEND valued ${CMAKE_MATCH_1})
-    else()
-      list(APPEND options ${option})
+  foreach(option ${option_words})
+    string(REGEX MATCH "^(--[a-z-]+)( (.+))?$" parts "${option}")
+    set(name ${CMAKE_MATCH_1})
+    set(value "${CMAKE_MATCH_3}")
+    list(APPEND options ${name})
+    if(value MATCHES "\\|")
+      string(REPLACE "|" " " value "${value}")
+      string(APPEND cases "        ${verb}:${name}) COMPREPLY=(\$(compgen -W \"${value}\" -- \"\$cur\")); return ;;\n")
+    elseif(value MATCHES "\\.|FILE")
+      string(APPEND cases "        ${verb}:${name}) COMPREPLY=(\$(compgen -f -- \"\$cur\")); return ;;\n")
+    elseif(value STREQUAL "DIR")
+      string(APPEND cases "        ${verb}:${name}) COMPREPLY=(\$(compgen -d -- \"\$cur\")); return ;;\n")
+    elseif(value)
+      string(APPEND cases "        ${verb}:${name}) return ;;\n")
     endif()
   endforeach()
   list(JOIN options " " options)
-  if(valued)
-    list(TRANSFORM valued PREPEND "${verb}:")
-    list(JOIN valued "|" valued)
-    string(APPEND cases "        ${valued}) return ;;\n")
-  endif()
   string(APPEND cases "        ${verb}:*) options=\"${options}\" ;;\n")
   roff(summary_roff "${summary}")
   string(STRIP "${text}" text)
@@ -87,6 +95,8 @@ zem \\- check, show and explain libzem configuration documents
 .B zem
 .I COMMAND
 .B \\-\\-help
+.br
+.B zem \\-\\-version
 .SH DESCRIPTION
 .B zem
 reads configuration documents with the library's own readers and factory, so
@@ -109,14 +119,14 @@ _zem() {
     local cur=\${COMP_WORDS[COMP_CWORD]} prev=\${COMP_WORDS[COMP_CWORD-1]}
     local verbs=\"${verb_words}\"
     if [ \"\$COMP_CWORD\" -eq 1 ]; then
-        COMPREPLY=(\$(compgen -W \"\$verbs help --help\" -- \"\$cur\"))
+        COMPREPLY=(\$(compgen -W \"\$verbs help --help --version\" -- \"\$cur\"))
         return
     fi
     local options=
     case \${COMP_WORDS[1]} in
         help) [ \"\$COMP_CWORD\" -eq 2 ] && COMPREPLY=(\$(compgen -W \"\$verbs\" -- \"\$cur\")); return ;;
     esac
-    # After an option that takes a value there is nothing to offer.
+    # After an option that takes a value: its values, file names, or nothing.
     case \${COMP_WORDS[1]}:\$prev in
 ${cases}    esac
     if [[ \$cur == -* ]]; then

@@ -8,6 +8,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "output.h"
 #include "foundation/string_convert.h"
 #include "library_policy.h"
 #include "session.h"
@@ -19,25 +20,31 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem check [--no-eager] [--allow DIR]... FILE...\n"
+    "usage: zem check [--no-eager] [--json] [--allow DIR]... FILE...\n"
     "\n"
     "Loads each FILE into a private container as a host does: its includes,\n"
     "the class libraries it needs, and its eager beans. Prints\n"
     "  FILE: ok (N beans in M libraries, K services)\n"
-    "or FILE: followed by the library's own message (for a class library that\n"
-    "can't be loaded, the loader's reason follows it; for a document that isn't\n"
-    "well-formed, a second line FILE:LINE:COLUMN: error: CAUSE says what the\n"
-    "parser found there). A bean request that fails\n"
-    "while eager beans are made gives a host no word; check prints each such\n"
-    "failure on a line of its own and counts it as an error. Then it binds\n"
-    "every class library that the document names and checks every bean, lazy\n"
-    "ones too, without making it: its class, its maker, its constructor or\n"
-    "factory method and properties against what the class declares, and the\n"
-    "classes of the beans it refers to. Each bean that can't be made is told as\n"
-    "  FILE: bean 'NAME': MESSAGE\n"
+    "or FILE: error: followed by the library's own message (for a class library\n"
+    "that can't be loaded, the loader's reason follows it; for a document that\n"
+    "isn't well-formed, at FILE:LINE:COLUMN, with a second line\n"
+    "FILE:LINE:COLUMN: error: CAUSE that says what the parser found there). A\n"
+    "bean request that fails while eager beans are made gives a host no word;\n"
+    "check prints each such failure on a line of its own and counts it as an\n"
+    "error. Then it binds every class library that the document names and\n"
+    "checks every bean, lazy ones too, without making it: its class, its maker,\n"
+    "its constructor or factory method and properties against what the class\n"
+    "declares, and the classes of the beans it refers to. Each bean that can't\n"
+    "be made is told as\n"
+    "  FILE: error: bean 'NAME': MESSAGE\n"
     "\n"
     "options:\n"
     "  --no-eager   read and merge only, make no eager beans\n"
+    "  --json       one JSON array, an object per FILE: {\"file\", \"ok\" (true\n"
+    "               when it loaded without failures), \"beans\", \"libraries\",\n"
+    "               \"services\" (when it loaded), \"diagnostics\": [{\"file\",\n"
+    "               \"line\", \"column\" (0 when not known), \"severity\",\n"
+    "               \"message\"}]}\n"
     "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
     "               without it, from wherever the document says\n";
 
@@ -68,48 +75,93 @@ std::vector<std::string> VerifyBeans(CSession& session, const std::vector<SDropp
     return problems;
 }
 
-bool CheckOne(const std::string& file, bool eager) {
+// What check finds in one document; `counts` only when it loaded.
+struct SChecked {
+    std::string file;
+    bool loaded = false;
+    SStoreCounts counts;
+    std::size_t eagerFailures = 0;  // of `diagnostics`, the first ones
+    std::vector<SDiagnostic> diagnostics;
+};
+
+SChecked CheckOne(const std::string& file, bool eager) {
+    SChecked checked;
+    checked.file = file;
     CSession session;
     session.RecordFailures();
     try {
         session.Load(file, eager);
     } catch (const ZEM::CException& error) {
-        std::cout << file << ": " << FailureText(error) << "\n";
-        if (const std::string cause = ParseFailureLine(error, file); !cause.empty()) std::cout << cause << "\n";
-        return false;
+        checked.diagnostics = FailureDiagnostics(error, file);
+        return checked;
     }
+    checked.loaded = true;
+    checked.counts = CountStore(session.Store());
+    const CBeanIndex index(session.Store());
     const std::vector<SDroppedFailure> failures = session.TakeFailures();
-    const std::vector<std::string> problems = VerifyBeans(session, failures);
-    const SStoreCounts counts = CountStore(session.Store());
+    for (const SDroppedFailure& failure : failures)
+        checked.diagnostics.push_back({{file}, ESeverity::kError, "eager beans: " + DescribeFailure(failure, index)});
+    checked.eagerFailures = checked.diagnostics.size();
+    for (const std::string& problem : VerifyBeans(session, failures))
+        checked.diagnostics.push_back({{file}, ESeverity::kError, problem});
+    return checked;
+}
+
+void PrintText(const SChecked& checked) {
+    for (const SDiagnostic& diagnostic : checked.diagnostics)
+        PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
+    if (!checked.loaded) return;
     // One fixed form, whatever the numbers, so that scripts can match it.
+    const SStoreCounts& counts = checked.counts;
     const std::string summary = "(" + std::to_string(counts.beans) + " beans in " + std::to_string(counts.libraries) +
                                 " libraries, " + std::to_string(counts.services) + " services)";
-    if (failures.empty() && problems.empty()) {
-        std::cout << file << ": ok " << summary << "\n";
-        return true;
+    if (checked.diagnostics.empty())
+        std::cout << checked.file << ": ok " << summary << "\n";
+    else {
+        const std::size_t failures = checked.eagerFailures;
+        const std::size_t problems = checked.diagnostics.size() - failures;
+        std::cout << checked.file << ": ";
+        if (failures != 0) std::cout << failures << " failures while making eager beans";
+        if (failures != 0 && problems != 0) std::cout << ", ";
+        if (problems != 0) std::cout << problems << " beans that can't be made";
+        std::cout << " " << summary << "\n";
     }
-    const CBeanIndex index(session.Store());
-    for (const SDroppedFailure& failure : failures)
-        std::cout << file << ": eager beans: " << DescribeFailure(failure, index) << "\n";
-    for (const std::string& problem : problems) std::cout << file << ": " << problem << "\n";
-    std::cout << file << ": ";
-    if (!failures.empty()) std::cout << failures.size() << " failures while making eager beans";
-    if (!failures.empty() && !problems.empty()) std::cout << ", ";
-    if (!problems.empty()) std::cout << problems.size() << " beans that can't be made";
-    std::cout << " " << summary << "\n";
-    return false;
+}
+
+void PrintJson(const std::vector<SChecked>& all) {
+    std::cout << "[";
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const SChecked& checked = all[i];
+        std::cout << (i != 0 ? ",\n " : "") << "{\"file\": " << JsonString(checked.file)
+                  << ", \"ok\": " << (checked.loaded && checked.diagnostics.empty() ? "true" : "false");
+        if (checked.loaded)
+            std::cout << ", \"beans\": " << checked.counts.beans << ", \"libraries\": " << checked.counts.libraries
+                      << ", \"services\": " << checked.counts.services;
+        std::cout << ", \"diagnostics\": [";
+        for (std::size_t d = 0; d < checked.diagnostics.size(); ++d)
+            std::cout << (d != 0 ? ", " : "") << DiagnosticJson(checked.diagnostics[d]);
+        std::cout << "]}";
+    }
+    std::cout << "]\n";
 }
 
 }  // namespace
 
 int RunCheck(const Args& args) {
     const std::optional<SParsedArgs> command =
-        ParseCommand(args, {{"--no-eager", false}, kAllowOption}, kHelp, 1, static_cast<std::size_t>(-1), "FILE");
+        ParseCommand(args, {{"--no-eager", false}, {"--json", false}, kAllowOption}, kHelp, 1,
+                     static_cast<std::size_t>(-1), "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
     ApplyAllowOption(parsed);
+    std::vector<SChecked> all;
     bool allWell = true;
-    for (const std::string& file : parsed.operands) allWell = CheckOne(file, !parsed.Has("--no-eager")) && allWell;
+    for (const std::string& file : parsed.operands) {
+        all.push_back(CheckOne(file, !parsed.Has("--no-eager")));
+        allWell = all.back().loaded && all.back().diagnostics.empty() && allWell;
+        if (!parsed.Has("--json")) PrintText(all.back());
+    }
+    if (parsed.Has("--json")) PrintJson(all);
     return allWell ? kExitOk : kExitFinding;
 }
 

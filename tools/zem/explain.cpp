@@ -10,6 +10,7 @@
 #include "bean_index.h"
 #include "cli.h"
 #include "library_policy.h"
+#include "output.h"
 #include "session.h"
 #include "verbs.h"
 
@@ -18,7 +19,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem explain [--no-eager] [--allow DIR]... FILE NAME\n"
+    "usage: zem explain [--no-eager] [--json] [--allow DIR]... FILE NAME\n"
     "\n"
     "Loads FILE as a host does, then requests the bean NAME from outside any\n"
     "library, as a host's GetBean does. If that gives an object:\n"
@@ -37,20 +38,37 @@ constexpr const char* kHelp =
     "\n"
     "options:\n"
     "  --no-eager   make no eager beans before the request\n"
+    "  --json       one JSON object: {\"file\", \"bean\", \"outcome\" (\"made\", \"no\n"
+    "               definition\", \"not visible\", \"failed\" or \"gave nothing\"),\n"
+    "               \"summary\" (the first line's text), \"class\", \"failures\":\n"
+    "               [{\"bean\", \"reason\", \"chain\"}] (every failure dropped, in\n"
+    "               order), \"hint\", \"cycle\"}; null where there is none. For a\n"
+    "               FILE that doesn't load, \"outcome\" is \"not loaded\" and\n"
+    "               \"summary\" the library's message\n"
     "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
     "               without it, from wherever the document says\n";
 
+// What explain found out about one request, before it is printed.
+struct SExplanation {
+    const char* outcome = "gave nothing";  // made, no definition, not visible, failed, gave nothing, not loaded
+    std::string line;                      // the first line, after "NAME: "
+    std::string className;                 // of a made bean
+    std::vector<std::string> also;         // the failures not told on the first line
+    std::string hint;
+    std::string cycle;
+};
+
 // The failures not told on the first line, in the order they happened.
-void PrintOthers(const std::vector<SDroppedFailure>& failures, std::initializer_list<std::size_t> told,
-                 const CBeanIndex& index) {
+void AddOthers(SExplanation& explanation, const std::vector<SDroppedFailure>& failures,
+               std::initializer_list<std::size_t> told, const CBeanIndex& index) {
     for (std::size_t i = 0; i < failures.size(); ++i)
         if (std::find(told.begin(), told.end(), i) == told.end())
-            std::cout << "  also: " << DescribeFailure(failures[i], index) << "\n";
+            explanation.also.push_back(DescribeFailure(failures[i], index));
 }
 
 // A library path without a slash goes to the loader's search path, never to
 // the folder of the configuration: the usual surprise behind a missing library.
-void HintLoaderPath(const std::vector<SDroppedFailure>& failures) {
+std::string HintLoaderPath(const std::vector<SDroppedFailure>& failures) {
     static const std::string kPrefix = "Could not load library '";
     for (const SDroppedFailure& failure : failures) {
         const std::string& reason = failure.reason;
@@ -59,11 +77,11 @@ void HintLoaderPath(const std::vector<SDroppedFailure>& failures) {
         if (end == std::string::npos) end = reason.size() - 1;
         const std::string path = reason.substr(kPrefix.size(), end - kPrefix.size());
         if (path.find('/') != std::string::npos) continue;
-        std::cout << "  hint: '" << path
-                  << "' has no '/': the loader searches LD_LIBRARY_PATH, the program's run path and the system's "
-                     "library folders for it, not the folder of the configuration\n";
-        return;
+        return "'" + path +
+               "' has no '/': the loader searches LD_LIBRARY_PATH, the program's run path and the system's "
+               "library folders for it, not the folder of the configuration";
     }
+    return {};
 }
 
 // A cycle through `entry`, if it stands in one.
@@ -74,47 +92,37 @@ std::string CycleThrough(const CBeanIndex& index, std::size_t entry) {
     return {};
 }
 
-}  // namespace
-
-int RunExplain(const Args& args) {
-    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--no-eager", false}, kAllowOption}, kHelp, 2, 2, "FILE and NAME");
-    if (!command) return kExitOk;
-    const SParsedArgs& parsed = *command;
-    ApplyAllowOption(parsed);
-    const std::string& file = parsed.operands[0];
-    const std::string& name = parsed.operands[1];
-
-    CSession session;
-    if (!LoadOrTell(session, file, !parsed.Has("--no-eager"))) return kExitFinding;
-    const CBeanIndex index(session.Store());
-
-    session.RecordFailures();
-    const std::shared_ptr<ZEM::IObject> object = session.Factory().GetBean(name.c_str(), nullptr);
-    const std::vector<SDroppedFailure> failures = session.TakeFailures();
+SExplanation Explain(const std::string& name, bool made, const std::vector<SDroppedFailure>& failures,
+                     const CBeanIndex& index) {
+    SExplanation explanation;
     const std::size_t entry = index.Find(name);
     const std::string cycle = entry != kNoEntry ? CycleThrough(index, entry) : std::string();
-
-    if (object) {
-        std::cout << name << ": made";
-        if (entry != kNoEntry) std::cout << " (class " << index.Entries()[entry].bean->className << ")";
-        std::cout << "\n";
-        PrintOthers(failures, {}, index);
-        HintLoaderPath(failures);
-        if (!cycle.empty()) std::cout << "  cycle: " << cycle << "\n";
-        return kExitOk;
+    if (made) {
+        explanation.outcome = "made";
+        explanation.line = "made";
+        if (entry != kNoEntry) {
+            explanation.className = index.Entries()[entry].bean->className;
+            explanation.line += " (class " + explanation.className + ")";
+        }
+        AddOthers(explanation, failures, {}, index);
+        explanation.hint = HintLoaderPath(failures);
+        explanation.cycle = cycle;
+        return explanation;
     }
     if (entry == kNoEntry) {
-        std::cout << name << ": no definition" << DidYouMean(ClosestWord(name, index.Names(), false)) << "\n";
-        return kExitFinding;
+        explanation.outcome = "no definition";
+        explanation.line = "no definition" + DidYouMean(ClosestWord(name, index.Names(), false));
+        return explanation;
     }
     const SBeanEntry& bean = index.Entries()[entry];
     if (!bean.bean->exported && failures.empty()) {
-        std::cout << name << ": not visible from outside its library '" << bean.library->path << "'\n";
-        return kExitFinding;
+        explanation.outcome = "not visible";
+        explanation.line = "not visible from outside its library '" + bean.library->path + "'";
+        return explanation;
     }
     if (failures.empty()) {
-        std::cout << name << ": gave nothing" << (cycle.empty() ? "" : "; it stands in a cycle: " + cycle) << "\n";
-        return kExitFinding;
+        explanation.line = "gave nothing" + (cycle.empty() ? "" : "; it stands in a cycle: " + cycle);
+        return explanation;
     }
     // The request's own failure is the last one told with the bean alone on
     // the chain. Below it, the failures of the requests that its making
@@ -124,10 +132,10 @@ int RunExplain(const Args& args) {
     for (std::size_t i = 0; i < failures.size(); ++i)
         if (failures[i].chain.size() == 1 && failures[i].bean == name) own = i;
     if (own == failures.size()) {
-        std::cout << name << ": gave nothing\n";
-        PrintOthers(failures, {}, index);
-        HintLoaderPath(failures);
-        return kExitFinding;
+        explanation.line = "gave nothing";
+        AddOthers(explanation, failures, {}, index);
+        explanation.hint = HintLoaderPath(failures);
+        return explanation;
     }
     std::size_t cause = own;
     for (bool deeper = true; deeper;) {
@@ -142,13 +150,80 @@ int RunExplain(const Args& args) {
             }
         }
     }
-    std::cout << name << ": failed: " << failures[own].reason;
-    if (cause != own) std::cout << "; before that " << DescribeFailure(failures[cause], index);
-    std::cout << "\n";
-    PrintOthers(failures, {own, cause}, index);
-    HintLoaderPath(failures);
-    if (!cycle.empty()) std::cout << "  cycle: " << cycle << "\n";
-    return kExitFinding;
+    explanation.outcome = "failed";
+    explanation.line = "failed: " + failures[own].reason;
+    if (cause != own) explanation.line += "; before that " + DescribeFailure(failures[cause], index);
+    AddOthers(explanation, failures, {own, cause}, index);
+    explanation.hint = HintLoaderPath(failures);
+    explanation.cycle = cycle;
+    return explanation;
+}
+
+void PrintText(const std::string& name, const SExplanation& explanation) {
+    std::cout << name << ": " << explanation.line << "\n";
+    for (const std::string& also : explanation.also) std::cout << "  also: " << also << "\n";
+    if (!explanation.hint.empty()) std::cout << "  hint: " << explanation.hint << "\n";
+    if (!explanation.cycle.empty()) std::cout << "  cycle: " << explanation.cycle << "\n";
+}
+
+void PrintJson(const std::string& file, const std::string& name, const SExplanation& explanation,
+               const std::vector<SDroppedFailure>& failures) {
+    auto optional = [](const std::string& text) { return text.empty() ? std::string("null") : JsonString(text); };
+    std::cout << "{\"file\": " << JsonString(file) << ", \"bean\": " << JsonString(name)
+              << ", \"outcome\": " << JsonString(explanation.outcome) << ", \"summary\": " << JsonString(explanation.line)
+              << ", \"class\": " << optional(explanation.className) << ", \"failures\": [";
+    for (std::size_t i = 0; i < failures.size(); ++i) {
+        std::cout << (i != 0 ? ", " : "") << "{\"bean\": " << JsonString(failures[i].bean)
+                  << ", \"reason\": " << JsonString(failures[i].reason) << ", \"chain\": [";
+        for (std::size_t c = 0; c < failures[i].chain.size(); ++c)
+            std::cout << (c != 0 ? ", " : "") << JsonString(failures[i].chain[c]);
+        std::cout << "]}";
+    }
+    std::cout << "], \"hint\": " << optional(explanation.hint) << ", \"cycle\": " << optional(explanation.cycle)
+              << "}\n";
+}
+
+}  // namespace
+
+int RunExplain(const Args& args) {
+    const std::optional<SParsedArgs> command =
+        ParseCommand(args, {{"--no-eager", false}, {"--json", false}, kAllowOption}, kHelp, 2, 2, "FILE and NAME");
+    if (!command) return kExitOk;
+    const SParsedArgs& parsed = *command;
+    ApplyAllowOption(parsed);
+    const std::string& file = parsed.operands[0];
+    const std::string& name = parsed.operands[1];
+
+    CSession session;
+    if (parsed.Has("--json")) {
+        try {
+            session.Load(file, !parsed.Has("--no-eager"));
+        } catch (const ZEM::CException& error) {
+            SExplanation explanation;
+            explanation.outcome = "not loaded";
+            explanation.line = FailureText(error);
+            PrintJson(file, name, explanation, {});
+            return kExitFinding;
+        }
+    } else if (!LoadOrTell(session, file, !parsed.Has("--no-eager"))) {
+        return kExitFinding;
+    }
+    const CBeanIndex index(session.Store());
+
+    session.RecordFailures();
+    bool made = false;
+    {
+        // The request, and the end of what it made, run bean code.
+        const CBeanOutputGuard guard;
+        made = session.Factory().GetBean(name.c_str(), nullptr) != nullptr;
+    }
+    const std::vector<SDroppedFailure> failures = session.TakeFailures();
+    const SExplanation explanation = Explain(name, made, failures, index);
+    if (parsed.Has("--json"))
+        PrintJson(file, name, explanation, failures);
+    else
+        PrintText(name, explanation);
+    return made ? kExitOk : kExitFinding;
 }
 
 }  // namespace zemcli

@@ -23,7 +23,7 @@ namespace zemcli {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: zem lint [--load [--allow DIR]...] FILE\n"
+    "usage: zem lint [--load [--allow DIR]...] [--json] FILE\n"
     "\n"
     "Reads FILE and its includes as a host does, without making any bean, and\n"
     "prints a warning for each of these, as FILE:LINE:COLUMN: warning: TEXT\n"
@@ -35,14 +35,17 @@ constexpr const char* kHelp =
     "  - cycles through references and dependencies, with the whole chain;\n"
     "  - 'for' loops that make no iteration; names defined twice.\n"
     "A document that doesn't load is reported as FILE: error: MESSAGE, one that\n"
-    "isn't well-formed also as FILE:LINE:COLUMN: error: CAUSE. Prints nothing\n"
-    "for a clean document.\n"
+    "isn't well-formed as FILE:LINE:COLUMN: error: MESSAGE with a second line\n"
+    "FILE:LINE:COLUMN: error: CAUSE. Prints nothing for a clean document.\n"
     "\n"
     "options:\n"
     "  --load   also bind the class libraries, and report missing wrapper\n"
     "           makers, properties without declared types, values whose type\n"
     "           differs from the declared one, interfaces without a type id;\n"
     "           a library without a path is the host program and is skipped\n"
+    "  --json   one JSON object: {\"file\", \"diagnostics\": [{\"file\", \"line\",\n"
+    "           \"column\" (0 when not known), \"severity\" (\"error\" or\n"
+    "           \"warning\"), \"message\"}]}, in the order of the text output\n"
     "  --allow DIR  with --load: load class libraries only from under DIR\n"
     "           (repeatable). Without --load, no class library is loaded: a\n"
     "           document that needs one to be read is reported as an error\n";
@@ -61,12 +64,10 @@ void CFindings::Warn(const SSpot& at, std::string message) {
     findings_.push_back({at, std::move(message), findings_.size()});
 }
 
-void CFindings::Error(const std::string& file, std::string message) { errors_.push_back(file + ": error: " + message); }
+void CFindings::Error(SDiagnostic error) { errors_.push_back(std::move(error)); }
 
-void CFindings::ErrorLine(std::string line) { errors_.push_back(std::move(line)); }
-
-void CFindings::Print(const CSourceMap& map) const {
-    for (const std::string& error : errors_) std::cout << error << "\n";
+std::vector<SDiagnostic> CFindings::Diagnostics(const CSourceMap& map) const {
+    std::vector<SDiagnostic> told = errors_;
     std::vector<const SFinding*> sorted;
     for (const SFinding& finding : findings_) sorted.push_back(&finding);
     std::unordered_map<const SSourceFile*, std::size_t> ranks;
@@ -77,21 +78,22 @@ void CFindings::Print(const CSourceMap& map) const {
     };
     auto key = [&](const SFinding* f) { return std::make_tuple(fileRank(f->at.file), f->at.offset, f->sequence); };
     std::sort(sorted.begin(), sorted.end(), [&](const SFinding* a, const SFinding* b) { return key(a) < key(b); });
-    std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> told;
+    std::set<std::tuple<const SSourceFile*, std::int32_t, std::string>> seen;
     const SSourceFile* main = map.MainFile();
     std::optional<CLocator> locator;  // of the file whose findings are told now, in their order
     for (const SFinding* finding : sorted) {
-        if (!told.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
+        if (!seen.emplace(finding->at.file, finding->at.offset, finding->message).second) continue;
         const SSourceFile* file = finding->at.file != nullptr ? finding->at.file : main;
         SLineColumn place;
         if (finding->at.file != nullptr) {
             if (!locator || &locator->File() != file) locator.emplace(*file);
             place = locator->Locate(finding->at.offset);
         }
-        std::cout << (file != nullptr ? file->path : std::string("-"));
-        if (place.line > 0) std::cout << ":" << place.line << ":" << place.column;
-        std::cout << ": warning: " << finding->message << "\n";
+        told.push_back({{file != nullptr ? file->path : std::string("-"), place.line, place.column},
+                        ESeverity::kWarning,
+                        finding->message});
     }
+    return told;
 }
 
 SSpot BeanSpot(const CSourceMap& map, const ZEM::SBean& bean) {
@@ -155,7 +157,8 @@ void LintDefinitions(const ZEM::CConfigurationStore& store, const CBeanIndex& in
 }
 
 int RunLint(const Args& args) {
-    const std::optional<SParsedArgs> command = ParseCommand(args, {{"--load", false}, kAllowOption}, kHelp, 1, 1, "FILE");
+    const std::optional<SParsedArgs> command =
+        ParseCommand(args, {{"--load", false}, {"--json", false}, kAllowOption}, kHelp, 1, 1, "FILE");
     if (!command) return kExitOk;
     const SParsedArgs& parsed = *command;
     const std::string& file = parsed.operands.front();
@@ -173,8 +176,7 @@ int RunLint(const Args& args) {
     try {
         session.Load(file, false, {}, &map);
     } catch (const ZEM::CException& error) {
-        findings.Error(file, Utf8(error.GetMessageW()));
-        if (const std::string cause = ParseFailureLine(error, file); !cause.empty()) findings.ErrorLine(cause);
+        for (SDiagnostic& diagnostic : FailureDiagnostics(error, file)) findings.Error(std::move(diagnostic));
         loaded = false;
     }
     LintGrammar(map, findings);
@@ -182,9 +184,22 @@ int RunLint(const Args& args) {
         map.Attach(session.Store());
         const CBeanIndex index(session.Store());
         LintDefinitions(session.Store(), index, map, findings);
-        if (parsed.Has("--load")) LintClasses(session.Store(), index, map, findings);
+        if (parsed.Has("--load")) {
+            // Binding loads the class libraries, whose start-up code may print.
+            const CBeanOutputGuard guard;
+            LintClasses(session.Store(), index, map, findings);
+        }
     }
-    findings.Print(map);
+    const std::vector<SDiagnostic> diagnostics = findings.Diagnostics(map);
+    if (parsed.Has("--json")) {
+        std::cout << "{\"file\": " << JsonString(file) << ", \"diagnostics\": [";
+        for (std::size_t i = 0; i < diagnostics.size(); ++i)
+            std::cout << (i != 0 ? ",\n  " : "\n  ") << DiagnosticJson(diagnostics[i]);
+        std::cout << "]}\n";
+    } else {
+        for (const SDiagnostic& diagnostic : diagnostics)
+            PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
+    }
     return findings.Empty() ? kExitOk : kExitFinding;
 }
 

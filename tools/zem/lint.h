@@ -8,6 +8,7 @@
 
 #include "bean_index.h"
 #include "config/configuration.h"
+#include "output.h"
 #include "source_map.h"
 
 namespace zemcli {
@@ -16,15 +17,14 @@ class CFindings {
 public:
     // A warning at `at`; without a file it is told against the main file.
     void Warn(const SSpot& at, std::string message);
-    // An error that stops the document from loading: the library's message.
-    void Error(const std::string& file, std::string message);
-    // A line of its own that goes with the errors, printed as it stands.
-    void ErrorLine(std::string line);
+    // An error that stops the document from loading: the library's message,
+    // or the parser's cause.
+    void Error(SDiagnostic error);
 
     bool Empty() const { return findings_.empty() && errors_.empty(); }
-    // "FILE:LINE:COLUMN: warning: MESSAGE", in the order of the files and,
-    // in a file, of the positions; the same finding at one place once.
-    void Print(const CSourceMap& map) const;
+    // The errors, then the warnings in the order of the files and, in a
+    // file, of the positions; the same finding at one place once.
+    std::vector<SDiagnostic> Diagnostics(const CSourceMap& map) const;
 
 private:
     struct SFinding {
@@ -33,7 +33,7 @@ private:
         std::size_t sequence;
     };
     std::vector<SFinding> findings_;
-    std::vector<std::string> errors_;
+    std::vector<SDiagnostic> errors_;
 };
 
 // What the grammar leaves unread: unknown or misplaced elements and

@@ -7,9 +7,11 @@
 #include <string>
 
 #include "cli.h"
+#include "output.h"
 #include "foundation/string_convert.h"
 #include "verbs.h"
 #include "zem/exception.h"
+#include "zem/version.h"
 
 namespace {
 
@@ -32,7 +34,7 @@ constexpr SVerb kVerbs[] = {
 };
 
 void PrintUsage(std::ostream& out) {
-    out << "usage: zem COMMAND [OPTIONS] FILE...\n\ncommands:\n";
+    out << "usage: zem COMMAND [OPTIONS] FILE...\n       zem --version\n\ncommands:\n";
     for (const SVerb& verb : kVerbs) {
         std::string name = verb.name;
         name.resize(9, ' ');
@@ -53,6 +55,7 @@ const SVerb* FindVerb(const std::string& name) {
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    SetBeanOutputAside();
     if (argc < 2) {
         PrintUsage(std::cerr);
         return kExitUsage;
@@ -65,6 +68,10 @@ int main(int argc, char** argv) {
             return kExitUsage;
         }
         PrintUsage(std::cout);
+        return kExitOk;
+    }
+    if (first == "--version") {
+        std::cout << "zem " << ZEM::Version() << "\n";
         return kExitOk;
     }
     const SVerb* verb = FindVerb(first);

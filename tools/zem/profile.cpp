@@ -10,6 +10,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "output.h"
 #include "config/document_reader.h"
 #include "foundation/string_convert.h"
 #include "profile_recorder.h"
@@ -36,7 +37,8 @@ constexpr const char* kHelp =
     "The steps of the load stand on lines of their own: (parse) the files and\n"
     "their XML; (read) the elements; (merge) the definitions into the factory;\n"
     "(eager beans) and (load) the time between requests. The self times add up to the\n"
-    "load's total. A request that gave nothing is marked with its reason.\n"
+    "load's total. A request that gave nothing is marked with its reason, and\n"
+    "makes the exit status 1, as in check.\n"
     "\n"
     "options:\n"
     "  --json            the same as JSON, times in nanoseconds\n"
@@ -70,6 +72,7 @@ SProfiledLoad ProfileOne(const std::string& file) {
         load.loaded = true;
     } catch (const ZEM::CException& error) {
         load.error = Utf8(error.GetMessageW());
+        load.failure = FailureDiagnostics(error, file);
     }
     recorder->EndStep(whole);
     ZEM::SetBeanRequestObserver(session.Factory(), nullptr);
@@ -94,7 +97,8 @@ std::string Column(const std::string& text, std::size_t width) {
 
 void PrintTable(const SProfiledLoad& load) {
     if (!load.loaded) {
-        std::cout << load.file << ": " << load.error << "\n";
+        for (const SDiagnostic& diagnostic : load.failure)
+            PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
         return;
     }
     std::cout << load.file << ": loaded in " << Milliseconds(load.total) << " ms\n"
@@ -129,10 +133,11 @@ int RunProfile(const Args& args) {
     const SParsedArgs& parsed = *command;
     ApplyAllowOption(parsed);
     std::vector<SProfiledLoad> loads;
-    bool allLoaded = true;
+    bool allWell = true;
     for (const std::string& file : parsed.operands) {
         loads.push_back(ProfileOne(file));
-        allLoaded = loads.back().loaded && allLoaded;
+        allWell = loads.back().loaded && allWell;
+        for (const SProfileRow& row : Summarize(loads.back().spans)) allWell = row.failed == 0 && allWell;
     }
     if (parsed.Has("--json")) {
         WriteProfileJson(std::cout, loads);
@@ -143,7 +148,7 @@ int RunProfile(const Args& args) {
         WriteFile(trace->second, loads, WriteTrace);
     if (auto html = parsed.values.find("--html"); html != parsed.values.end())
         WriteFile(html->second, loads, WriteTraceHtml);
-    return allLoaded ? kExitOk : kExitFinding;
+    return allWell ? kExitOk : kExitFinding;
 }
 
 }  // namespace zemcli

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "output.h"
 #include "profile_recorder.h"
 
 namespace zemcli {
@@ -17,6 +18,7 @@ struct SProfiledLoad {
     std::string file;
     bool loaded = false;
     std::string error;  // the library's message when not loaded
+    std::vector<SDiagnostic> failure;  // the same, with the parser's place and cause
     std::vector<SSpan> spans;
     std::int64_t total = 0;  // nanoseconds of the whole load
 };

@@ -7,6 +7,7 @@
 
 #include "bean_index.h"
 #include "cli.h"
+#include "output.h"
 #include "config/document_reader.h"
 #include "container/process_objects.h"
 #include "foundation/string_convert.h"
@@ -19,7 +20,12 @@ namespace zemcli {
 
 CSession::CSession() : container_(nullptr) {}
 
-CSession::~CSession() { ZEM::SetBeanFailureHandler(container_.Factory(), nullptr); }
+CSession::~CSession() {
+    ZEM::SetBeanFailureHandler(container_.Factory(), nullptr);
+    // The end of the factory runs exit methods and destructors of bean code.
+    const CBeanOutputGuard guard;
+    const ZEM::CContainer ending = std::move(container_);
+}
 
 ZEM::CBeanFactoryImpl& CSession::Impl() const {
     // A private container always holds the library's own factory.
@@ -48,6 +54,7 @@ void CSession::Load(const std::string& file, bool eager, const StepWatch& watch,
         if (watch) watch(step, started);
     };
     ZEM::CBeanFactoryImpl& impl = Impl();
+    const CBeanOutputGuard guard;
     impl.ResetFactory();
     ZEM::CReading reading(impl.ReadingLimits());
     if (watch) reading.parseWatch = [&](bool started) { tell("(parse)", started); };
@@ -102,13 +109,20 @@ std::string ParseCause(const ZEM::SXmlParseResult& result) {
 
 }  // namespace
 
-std::string ParseFailureLine(const ZEM::CException& error, const std::string& file) {
+std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const std::string& file) {
+    SPlace place{file};
     const auto* failure = dynamic_cast<const ZEM::CParseFailure*>(&error);
-    if (failure == nullptr) return std::string();
-    const ZEM::SXmlParseResult& result = failure->Result();
-    std::string line = failure->File().empty() ? file : ZEM::Narrow(failure->File());
-    if (result.line > 0) line += ":" + std::to_string(result.line) + ":" + std::to_string(result.column);
-    return line + ": error: " + ParseCause(result);
+    if (failure != nullptr) {
+        const ZEM::SXmlParseResult& result = failure->Result();
+        if (!failure->File().empty()) place.file = ZEM::Narrow(failure->File());
+        if (result.line > 0) {
+            place.line = static_cast<int>(result.line);
+            place.column = static_cast<int>(result.column);
+        }
+    }
+    std::vector<SDiagnostic> told{{place, ESeverity::kError, FailureText(error)}};
+    if (failure != nullptr) told.push_back({place, ESeverity::kError, ParseCause(failure->Result())});
+    return told;
 }
 
 bool LoadOrTell(CSession& session, const std::string& file, bool eager) {
@@ -116,8 +130,8 @@ bool LoadOrTell(CSession& session, const std::string& file, bool eager) {
         session.Load(file, eager);
         return true;
     } catch (const ZEM::CException& error) {
-        std::cerr << file << ": " << FailureText(error) << "\n";
-        if (const std::string cause = ParseFailureLine(error, file); !cause.empty()) std::cerr << cause << "\n";
+        for (const SDiagnostic& diagnostic : FailureDiagnostics(error, file))
+            PrintDiagnostic(std::cerr, diagnostic.place, diagnostic.severity, diagnostic.message);
         return false;
     }
 }

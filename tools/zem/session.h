@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "config/configuration.h"
+#include "output.h"
 #include "container/bean_factory.h"
 #include "zem/container.h"
 
@@ -59,11 +60,10 @@ private:
 // the loader's reason in parentheses, as the failure handler tells it.
 std::string FailureText(const ZEM::CException& error);
 
-// What the parser knows of a document that failed to parse, as
-// "FILE:LINE:COLUMN: error: CAUSE" (no position where it has none), with
-// FILE as the failure names it or `file` for a text; empty for any other
-// failure. The library's own message says only where.
-std::string ParseFailureLine(const ZEM::CException& error, const std::string& file);
+// The library's message as a diagnostic and, for a document that isn't
+// well-formed, the parser's cause as a second one, both at the place where
+// the parser stopped (in the file that failed, which may be an include).
+std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const std::string& file);
 
 // Loads as CSession::Load does; on an error prints "FILE: message" to
 // standard error and returns false.

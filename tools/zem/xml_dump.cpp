@@ -6,6 +6,7 @@
 
 #include "cli.h"
 #include "library_policy.h"
+#include "output.h"
 #include "verbs.h"
 #include "xml/xml_document.h"
 #include "xml/xml_node.h"
@@ -123,8 +124,8 @@ int RunXml(const Args& args) {
     const ZEM::XMLNode tree = file == "-" ? ZEM::ParseText(StandardInput().c_str(), rootName, &result)
                                           : ZEM::ParseFile(file.c_str(), rootName, &result);
     if (result.error != ZEM::XmlNoError) {
-        std::cout << file << ": parse error " << result.error << " (" << ErrorName(result.error) << ") at line "
-                  << result.line << ", column " << result.column << "\n";
+        PrintDiagnostic(std::cout, {file, result.line, result.column}, ESeverity::kError,
+                        "parse error " + std::to_string(result.error) + " (" + ErrorName(result.error) + ")");
         return kExitFinding;
     }
     std::string out;

@@ -1,5 +1,5 @@
 // CXmlArena: the memory of one parsed tree. Node records, names, values, texts
-// and finished arrays are carved from a few large blocks, and the blocks go
+// and arrays are carved from a few large blocks, and the blocks go
 // back all at once when the last record of the tree is destroyed. The node
 // model and the parser use it; nothing outside src/xml/ sees it.
 #pragma once
@@ -98,11 +98,6 @@ public:
     void DropHandle() noexcept { --handles_; }
     std::size_t Handles() const noexcept { return handles_; }
 
-    // Heap blocks that records hold besides the arena's own.
-    void AddHeapBlock() noexcept { ++heapBlocks_; }
-    void DropHeapBlock() noexcept { --heapBlocks_; }
-    std::size_t HeapBlocks() const noexcept { return heapBlocks_; }
-
     // Uninitialised memory that stays valid as long as the arena lives.
     // Throws std::bad_alloc.
     void* Allocate(std::size_t size, std::size_t alignment = alignof(void*)) {
@@ -145,20 +140,6 @@ public:
         return length;
     }
 
-    // Blocks of one fixed size per kind, given back by a finished element for
-    // the next one to grow in: null if none is waiting. A block is at least
-    // one pointer in size.
-    static constexpr int kRecycleKinds = 5;
-    void* TakeRecycled(int kind) noexcept {
-        void* block = recycled_[kind];
-        if (block != nullptr) recycled_[kind] = *static_cast<void**>(block);
-        return block;
-    }
-    void Recycle(int kind, void* block) noexcept {
-        *static_cast<void**>(block) = recycled_[kind];
-        recycled_[kind] = block;
-    }
-
 private:
     struct SBlock;
 
@@ -171,8 +152,6 @@ private:
     std::size_t nextBlockSize_ = 0;
     std::size_t records_ = 0;
     std::size_t handles_ = 0;
-    std::size_t heapBlocks_ = 0;
-    void* recycled_[kRecycleKinds] = {};
 };
 
 }  // namespace ZEM

@@ -4,7 +4,7 @@
 // ancestors, so when it ends they are the top of the stack and leave for one
 // exact block of the tree's arena. While an element is open its record counts
 // its entries of each kind, and its content field holds where they begin.
-// Only the parser uses this; elements built through XMLNode grow their own arrays.
+// Only the parser uses this.
 #pragma once
 
 #include <cstddef>

@@ -104,7 +104,7 @@ XMLNode ParseTextWith(const char* text, std::size_t length, const char* rootName
     state.tokensOnly = tokensOnly;
     XMLNode current;
     try {
-        XMLNode top = XMLNode::CreateNode(nullptr, nullptr, false);
+        XMLNode top = XMLNode::CreateTop();
         state.text = text;
         // The parser stops at the first zero byte, wherever it is.
         state.end = text + length;

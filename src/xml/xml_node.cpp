@@ -1,11 +1,10 @@
 // XMLNode, the handle: sharing and releasing records, look-ups by name
-// ignoring case, the accessors for tools, and the building operations on
-// strings from malloc (the parser builds through xml_node_data.h directly).
+// ignoring case, and the accessors for tools. The parser builds the records
+// through xml_node_data.h.
 #include "xml/xml_node.h"
 
-#include <cstdlib>
+#include <array>
 #include <cstring>
-#include <new>
 
 #include "platform/text.h"
 #include "xml/xml_node_data.h"
@@ -16,18 +15,6 @@ namespace {
 
 using xml_detail::Release;
 using xml_detail::Retain;
-
-// Strings handed to the public building operations come from malloc; the tree
-// keeps its own copy in the arena, a name as CopyName makes it.
-char* Adopt(CXmlArena* arena, char* text, bool isName = false) {
-    if (text == nullptr) return nullptr;
-    struct SFree {
-        char* text;
-        ~SFree() { std::free(text); }
-    } owned{text};
-    const std::size_t length = std::strlen(text);
-    return isName ? arena->CopyName(text, length) : arena->CopyString(text, length);
-}
 
 bool SameName(const char* stored, const char* wanted) {
     return stored != nullptr && platform::EqualNoCase(stored, wanted);
@@ -170,83 +157,64 @@ int XMLNode::ClearCount() const noexcept { return data_ != nullptr ? data_->clea
 
 std::int32_t XMLNode::SourceOffset() const noexcept { return data_ != nullptr ? data_->sourceOffset : -1; }
 
-bool XMLNode::IsDeclaration() const noexcept { return data_ != nullptr && xml_detail::IsDeclaration(data_); }
-
-XMLNode XMLNode::CreateNode(char* name, SXmlNodeData* parent, bool isDeclaration) {
-    if (parent != nullptr) {
-        char* copy = Adopt(parent->arena, name, true);
-        SXmlNodeData* node = xml_detail::NewRecord(parent->arena, copy, parent, isDeclaration);
-        parent->arena->AddHandle();
-        return XMLNode(node);
-    }
-    CXmlArena* arena = nullptr;
-    try {
-        arena = CXmlArena::Create();
-        char* owned = name;
-        name = nullptr;
-        char* copy = Adopt(arena, owned, true);
-        SXmlNodeData* node = xml_detail::NewRecord(arena, copy, nullptr, isDeclaration);
-        arena->AddHandle();
-        return XMLNode(node);
-    } catch (...) {
-        std::free(name);
-        if (arena != nullptr) arena->Destroy();  // no record lives in it yet
-        throw;
-    }
-}
-
-XMLNode XMLNode::AddChild(char* name, bool isDeclaration) {
-    if (data_ == nullptr || name == nullptr) {
-        std::free(name);
-        return XMLNode();
-    }
-    char* copy = Adopt(data_->arena, name, true);
-    SXmlNodeData* child = xml_detail::AppendChild(data_, copy, isDeclaration);
-    Retain(child);
-    return XMLNode(child);
-}
-
-void XMLNode::AddAttribute(char* name, char* value) {
-    if (data_ == nullptr || name == nullptr) {
-        std::free(name);
-        std::free(value);
-        return;
-    }
-    char* nameCopy = nullptr;
-    try {
-        nameCopy = Adopt(data_->arena, name, true);
-    } catch (...) {
-        std::free(value);
-        throw;
-    }
-    char* valueCopy = Adopt(data_->arena, value);
-    xml_detail::AppendAttribute(data_, nameCopy, valueCopy);
-}
-
-void XMLNode::AddText(char* text) {
-    if (data_ == nullptr || text == nullptr) {
-        std::free(text);
-        return;
-    }
-    xml_detail::AppendText(data_, Adopt(data_->arena, text));
-}
-
-void XMLNode::AddClear(char* text, const SXmlClearMark* mark) {
-    if (data_ == nullptr || text == nullptr || mark == nullptr || text[0] == '\0') {
-        std::free(text);
-        return;
-    }
-    xml_detail::AppendClear(data_, Adopt(data_->arena, text), mark);
-}
-
-void XMLNode::RemoveClear(int index) {
-    if (data_ != nullptr) xml_detail::RemoveClearAt(data_, index);
-}
-
-void XMLNode::Shrink() {
-    if (data_ != nullptr) xml_detail::ShrinkRecord(data_);
+XMLNode XMLNode::CreateTop() {
+    CXmlArena* arena = CXmlArena::Create();
+    SXmlNodeData* node = xml_detail::NewRecord(arena, nullptr, nullptr, false);  // fits the arena's first block
+    arena->AddHandle();
+    return XMLNode(node);
 }
 
 const XMLNode& EmptyXmlNode() noexcept { return kEmptyNode; }
+
+namespace xml_detail {
+
+namespace {
+
+template <std::uint32_t Kind>
+constexpr std::array<std::uint32_t, kXmlSharedOrderSize> MakeSharedOrder() {
+    std::array<std::uint32_t, kXmlSharedOrderSize> order{};
+    for (std::uint32_t i = 0; i < order.size(); ++i) order[i] = i * 4 + Kind;
+    return order;
+}
+
+}  // namespace
+
+const std::array<std::uint32_t, kXmlSharedOrderSize> kXmlChildOrder = MakeSharedOrder<XmlOrderChild>();
+const std::array<std::uint32_t, kXmlSharedOrderSize> kXmlTextOrder = MakeSharedOrder<XmlOrderText>();
+
+void ReleaseLast(SXmlNodeData* node) noexcept {
+    CXmlArena* arena = node->arena;
+    arena->DropHandle();
+    if (--node->refCount > 0) return;
+    // A record whose parent lives is held by the parent's entry, so a record
+    // that no one holds any longer has no parent.
+    if (arena->Handles() == 0) {
+        // No handle is left on any record of the tree, so every record still
+        // alive hangs below this one and goes with it: the arena goes whole.
+        arena->Destroy();
+        return;
+    }
+    // Records to destroy are chained through `parent`, which a dead record no
+    // longer needs; this keeps the release of a deep tree off the stack.
+    SXmlNodeData* pending = node;
+    while (pending != nullptr) {
+        SXmlNodeData* dead = pending;
+        pending = dead->parent;
+        SXmlNodeData* const* children = Children(dead);
+        for (std::int32_t i = 0; i < dead->childCount; ++i) {
+            SXmlNodeData* child = children[i];
+            child->parent = nullptr;
+            if (--child->refCount == 0) {
+                child->parent = pending;
+                pending = child;
+            }
+        }
+        // Strings and the record itself belong to the arena, which lets go of
+        // its blocks with its last record.
+        dead->arena->ReleaseRecord();
+    }
+}
+
+}  // namespace xml_detail
 
 }  // namespace ZEM

@@ -56,16 +56,9 @@ public:
     // used by the readers: it serves tools that report positions.
     std::int32_t SourceOffset() const noexcept;
 
-    // Building, for the parser. Strings handed over must come from malloc;
-    // the node takes them over, and frees them when it adds nothing.
-    static XMLNode CreateNode(char* name, SXmlNodeData* parent, bool isDeclaration);
-    XMLNode AddChild(char* name, bool isDeclaration);
-    void AddAttribute(char* name, char* value);
-    void AddText(char* text);
-    void AddClear(char* text, const SXmlClearMark* mark);
-    void RemoveClear(int index);
-    void Shrink();
-    bool IsDeclaration() const noexcept;
+    // A new tree: its nameless top node, for the parser to build below.
+    // Throws std::bad_alloc.
+    static XMLNode CreateTop();
     SXmlNodeData* Data() const noexcept { return data_; }
 
 private:

@@ -73,7 +73,7 @@ const std::string kDocument =
 
 TEST_F(XmlFile, EncodingsGiveTheSameTree) {
     ZEM::XMLNode plain = Load("plain.xml", kDocument);
-    ASSERT_EQ(result_.error, 0u);
+    ASSERT_EQ(result_.error, ZEM::XmlNoError);
     EXPECT_STREQ(plain.ChildAt("library", 0).ChildAt("beans", 0).ChildAt("bean", 0).AttributeValue("id"),
                  "gr\xc3\xbc\xc3\x9f" "e\xe2\x82\xac\xf0\x9d\x84\x9e");
     const std::pair<const char*, std::string> twins[] = {
@@ -87,7 +87,7 @@ TEST_F(XmlFile, EncodingsGiveTheSameTree) {
     for (const auto& [name, bytes] : twins) {
         SCOPED_TRACE(name);
         EXPECT_EQ(DumpXml(Load(name, bytes)), DumpXml(plain));
-        EXPECT_EQ(result_.error, 0u);
+        EXPECT_EQ(result_.error, ZEM::XmlNoError);
     }
 }
 

@@ -4,8 +4,10 @@
 // included.
 #include "xml/xml_entities.h"
 
+#include <array>
 #include <cstring>
 
+#include "xml/xml_arena.h"
 #include "xml/xml_document.h"
 #include "xml/xml_tokenizer.h"
 
@@ -14,21 +16,76 @@ namespace ZEM {
 namespace {
 
 struct SEntity {
-    const char* text;
+    const char* text;  // in lower case, from '&' to ';'
     std::size_t length;
     char byte;
 };
 
-// Ordered by their second character, which is all that the look-up needs
-// to find the one or two candidates.
+// The predefined entities, grouped by their second character.
 constexpr SEntity kEntities[] = {
     {"&amp;", 5, '&'}, {"&apos;", 6, '\''}, {"&gt;", 4, '>'}, {"&lt;", 4, '<'}, {"&quot;", 6, '"'},
+};
+constexpr std::size_t kEntityCount = sizeof kEntities / sizeof kEntities[0];
+
+// For each byte behind an '&', in either case: the first entity that it can
+// begin, and how many can.
+struct SCandidates {
+    std::uint8_t first;
+    std::uint8_t count;
 };
 
 using xml_detail::XmlLower;
 
-// One reference at `p` (an '&'), within `end`: behind it, with its byte, or
-// null with the error set.
+constexpr std::array<SCandidates, 256> MakeCandidates() {
+    std::array<SCandidates, 256> candidates{};
+    for (int c = 0; c < 256; ++c) {
+        const unsigned char second = XmlLower(static_cast<char>(c));
+        for (std::size_t k = 0; k < kEntityCount; ++k) {
+            if (static_cast<unsigned char>(kEntities[k].text[1]) != second) continue;
+            if (candidates[c].count == 0) candidates[c].first = static_cast<std::uint8_t>(k);
+            ++candidates[c].count;
+        }
+    }
+    return candidates;
+}
+constexpr std::array<SCandidates, 256> kCandidates = MakeCandidates();
+
+// Entities that share a second character must stand together.
+constexpr bool EveryEntityIsACandidate() {
+    for (std::size_t k = 0; k < kEntityCount; ++k) {
+        const SCandidates candidates = kCandidates[static_cast<unsigned char>(kEntities[k].text[1])];
+        if (k < candidates.first || k >= std::size_t{candidates.first} + candidates.count) return false;
+    }
+    return true;
+}
+static_assert(EveryEntityIsACandidate(), "the entities must be grouped by their second character");
+
+inline bool SameIgnoringCase(const char* text, const char* lower, std::size_t length) {
+    for (std::size_t i = 0; i < length; ++i)
+        if (XmlLower(text[i]) != static_cast<unsigned char>(lower[i])) return false;
+    return true;
+}
+
+// A predefined entity at `p` (an '&'), within `end`: its length with its
+// byte, or 0. One written in lower case, as nearly all are, compares in a
+// word or two.
+inline std::size_t NamedEntity(const char* p, const char* end, char& byte) {
+    const SCandidates candidates = kCandidates[static_cast<unsigned char>(p[1])];
+    const auto left = static_cast<std::size_t>(end - p);
+    for (std::size_t k = candidates.first; k < candidates.first + candidates.count; ++k) {
+        const SEntity& entity = kEntities[k];
+        if (left < entity.length) continue;
+        if (XmlSameBytes(p, entity.text, entity.length) ||
+            SameIgnoringCase(p + 2, entity.text + 2, entity.length - 2)) {
+            byte = entity.byte;
+            return entity.length;
+        }
+    }
+    return 0;
+}
+
+// A character reference at `p` (an '&' that no predefined entity follows),
+// within `end`: behind it, with its byte, or null with the error set.
 const char* ReadReference(const char* p, const char* end, char& byte, std::uint32_t& error) {
     if (end - p >= 3 && p[1] == '#') {
         const char* q = p + 2;
@@ -59,76 +116,8 @@ const char* ReadReference(const char* p, const char* end, char& byte, std::uint3
         byte = static_cast<char>(value);  // an empty reference gives 0
         return q + 1;
     }
-    std::size_t first = 0, last = 0;
-    switch (XmlLower(p[1])) {
-        case 'a':
-            first = 0, last = 2;
-            break;
-        case 'g':
-            first = 2, last = 3;
-            break;
-        case 'l':
-            first = 3, last = 4;
-            break;
-        case 'q':
-            first = 4, last = 5;
-            break;
-        default:
-            break;
-    }
-    const auto left = static_cast<std::size_t>(end - p);
-    for (std::size_t k = first; k < last; ++k) {
-        const SEntity& entity = kEntities[k];
-        if (left < entity.length) continue;
-        std::size_t i = 2;
-        while (i < entity.length && XmlLower(p[i]) == static_cast<unsigned char>(entity.text[i])) ++i;
-        if (i == entity.length) {
-            byte = entity.byte;
-            return p + entity.length;
-        }
-    }
     error = XmlUnknownEntity;
     return nullptr;
-}
-
-template <class Word>
-inline Word WordOf(const char* bytes) {
-    Word word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-// The five entities as a document mostly writes them, in lower case, each
-// compared as a word or two: their length with their byte, or 0 for anything
-// else, which ReadReference then takes apart.
-inline std::size_t CommonEntity(const char* p, const char* end, char& byte) {
-    const auto left = static_cast<std::size_t>(end - p);
-    if (left < 4) return 0;
-    const auto head = WordOf<std::uint32_t>(p);
-    if (head == WordOf<std::uint32_t>("&lt;")) {
-        byte = '<';
-        return 4;
-    }
-    if (head == WordOf<std::uint32_t>("&gt;")) {
-        byte = '>';
-        return 4;
-    }
-    if (left >= 5 && head == WordOf<std::uint32_t>("&amp") && p[4] == ';') {
-        byte = '&';
-        return 5;
-    }
-    if (left >= 6) {
-        const auto tail = WordOf<std::uint16_t>(p + 4);
-        if (head == WordOf<std::uint32_t>("&quo") && tail == WordOf<std::uint16_t>("t;")) {
-            byte = '"';
-            return 6;
-        }
-        if (head == WordOf<std::uint32_t>("&apo") && tail == WordOf<std::uint16_t>("s;")) {
-            byte = '\'';
-            return 6;
-        }
-    }
-    return 0;
 }
 
 }  // namespace
@@ -169,8 +158,8 @@ std::ptrdiff_t XmlDecode(const char* text, std::size_t length, const char* textE
             std::memcpy(next, p, width);
             next += width;
             p += width;
-        } else if (const std::size_t common = CommonEntity(p, end, *next); common != 0) {
-            p += common;
+        } else if (const std::size_t named = NamedEntity(p, end, *next); named != 0) {
+            p += named;
             ++next;
         } else {
             p = ReadReference(p, end, *next, error);

@@ -16,7 +16,8 @@ constexpr std::size_t kXmlDecodeSlack = 16;
 // Decodes `length` bytes at `text` into `out`, which has room for length +
 // kXmlDecodeSlack bytes; the bytes up to `textEnd` (the terminating zero of
 // the whole input) may be read. Returns the decoded size, which is never more
-// than `length`, or -1 with `error` set to 12 or 13.
+// than `length`, or -1 with `error` set to XmlUnknownEntity or
+// XmlCodeAbove255.
 std::ptrdiff_t XmlDecode(const char* text, std::size_t length, const char* textEnd, char* out, std::uint32_t& error);
 
 }  // namespace ZEM

@@ -102,7 +102,7 @@ inline const char* SkipSpaceBytes(const char* p, const char* textEnd) {
     return p;
 }
 
-inline unsigned char XmlLower(char c) {
+constexpr unsigned char XmlLower(char c) {
     auto b = static_cast<unsigned char>(c);
     return b >= 'A' && b <= 'Z' ? static_cast<unsigned char>(b + ('a' - 'A')) : b;
 }

@@ -12,88 +12,92 @@ namespace {
 
 using zem_test::DumpXml;
 using zem_test::ParseExact;
+using enum ZEM::EXmlError;
 
 // Each input, the error code, and what ParseText hands back ("<empty>" for
 // the errors that drop the tree).
-struct SCase { const char* input; std::uint32_t error; const char* tree; };
+struct SCase { const char* input; ZEM::EXmlError error; const char* tree; };
 
 TEST(XmlParser, TreesAndErrorCodes) {
     for (const SCase& c : std::initializer_list<SCase>{
-        {"< a />", 0, "a"},
-        {"< a >", 1, "a"},
-        {"<a b=1 c='2' d=\"3\" e/>", 0, "a(b=1,c=2,d=3,e)"},
-        {"<a b=\"x>y\"/>", 0, "a(b=x>y)"},
-        {"<a b=1 b=2/>", 0, "a(b=1,b=2)"},
-        {"<a\n\tb='&lt;x' c=\"0123456789abcdefghijklmnopqrstuvwxyz\" d=\"\" >", 1,
+        {"< a />", XmlNoError, "a"},
+        {"< a >", XmlMissingEndTag, "a"},
+        {"<a b=1 c='2' d=\"3\" e/>", XmlNoError, "a(b=1,c=2,d=3,e)"},
+        {"<a b=\"x>y\"/>", XmlNoError, "a(b=x>y)"},
+        {"<a b=1 b=2/>", XmlNoError, "a(b=1,b=2)"},
+        {"<a\n\tb='&lt;x' c=\"0123456789abcdefghijklmnopqrstuvwxyz\" d=\"\" >", XmlMissingEndTag,
          "a(b=<x,c=0123456789abcdefghijklmnopqrstuvwxyz,d=)"},
         // A quote that meets '<' before its partner is a plain character.
-        {"<a b=\"x<y\"/>", 8, "<empty>"},
-        {"<a b=>", 8, "<empty>"},
-        {"<a b=1 <c/>", 8, "<empty>"},
+        {"<a b=\"x<y\"/>", XmlUnexpectedToken, "<empty>"},
+        {"<a b=>", XmlUnexpectedToken, "<empty>"},
+        {"<a b=1 <c/>", XmlUnexpectedToken, "<empty>"},
         // Text pieces.
-        {"<a> x <b/> y </a>", 0, "a{\"x\",b,\"y\"}"},
-        {"<a>say \"hi <b/>\"</a>", 0, "a{\"say \"hi\",b,\"\"\"}"},
-        {"<a>  </a>", 0, "a"},
+        {"<a> x <b/> y </a>", XmlNoError, "a{\"x\",b,\"y\"}"},
+        {"<a>say \"hi <b/>\"</a>", XmlNoError, "a{\"say \"hi\",b,\"\"\"}"},
+        {"<a>  </a>", XmlNoError, "a"},
         // Indentation in words of blanks, by the byte, and up to the end.
-        {"<a>\n                    <b/>\n\t\t<c/>\r\n   x\n         </a>", 0, "a{b,c,\"x\"}"},
-        {"<a>\n          ", 1, "a"},
+        {"<a>\n                    <b/>\n\t\t<c/>\r\n   x\n         </a>", XmlNoError, "a{b,c,\"x\"}"},
+        {"<a>\n          ", XmlMissingEndTag, "a"},
         // Names beyond the 16 bytes read one at a time.
-        {"<abcdefghijklmnopqrstu abcdefghijklmnopqrst='1'></abcdefghijklmnopqrstu>", 0,
+        {"<abcdefghijklmnopqrstu abcdefghijklmnopqrst='1'></abcdefghijklmnopqrstu>", XmlNoError,
          "abcdefghijklmnopqrstu(abcdefghijklmnopqrst=1)"},
         // Text around the one element keeps the nameless top node.
-        {"text<a/>", 0, "#top{\"text\",a}"},
+        {"text<a/>", XmlNoError, "#top{\"text\",a}"},
         // Entities and character references.
-        {"<a>x &lt; y &LT;&Amp;</a>", 0, "a{\"x < y <&\"}"},  // entity names ignore case
-        {"<a>&#65;&#x41;&#X61;&#0065;</a>", 0, "a{\"AAaA\"}"},
+        {"<a>x &lt; y &LT;&Amp;</a>", XmlNoError, "a{\"x < y <&\"}"},  // entity names ignore case
+        {"<a b='&quot;&apos;&gt;&QUOT;&aPoS;&amp;amp;'/>", XmlNoError, "a(b=\"'>\"'&amp;)"},
+        {"<a b='&quot'/>", XmlUnknownEntity, "<empty>"},
+        {"<a>&ampx</a>", XmlUnknownEntity, "<empty>"},
+        {"<a>&#65;&#x41;&#X61;&#0065;</a>", XmlNoError, "a{\"AAaA\"}"},
         // An empty reference writes the byte 0, which ends the stored text.
-        {"<a>x&#;y</a>", 0, "a{\"x\"}"},
-        {"<a>&nbsp;</a>", 12, "<empty>"},
-        {"<a>& b</a>", 12, "<empty>"},
-        {"<a>&#256;</a>", 13, "<empty>"},
+        {"<a>x&#;y</a>", XmlNoError, "a{\"x\"}"},
+        {"<a>&nbsp;</a>", XmlUnknownEntity, "<empty>"},
+        {"<a>& b</a>", XmlUnknownEntity, "<empty>"},
+        {"<a>&#256;</a>", XmlCodeAbove255, "<empty>"},
         // Nothing inside a clear section is decoded.
-        {"<a><![CDATA[&bogus;]]></a>", 0, "a{[<![CDATA[|&bogus;|]]>]}"},
+        {"<a><![CDATA[&bogus;]]></a>", XmlNoError, "a{[<![CDATA[|&bogus;|]]>]}"},
         // Comments, CDATA, PRE and DOCTYPE sections.
-        {"<a>x<!-- c -->y</a>", 0, "a{\"xy\"}"},
-        {"<a><!-- c -->y</a>", 0, "a{[<!--| c |-->],\"y\"}"},
+        {"<a>x<!-- c -->y</a>", XmlNoError, "a{\"xy\"}"},
+        {"<a><!-- c -->y</a>", XmlNoError, "a{[<!--| c |-->],\"y\"}"},
         // Only a comment joins the texts around it.
-        {"<a>x<![CDATA[c]]>y</a>", 0, "a{\"x\",[<![CDATA[|c|]]>],\"y\"}"},
-        {"<a><PRE><b>x</b></PRE></a>", 0, "a{[<PRE>|<b>x</b>|</PRE>]}"},
-        {"<!DOCTYPE x [ <!ENTITY y \"z\"> ]><a/>", 0, "#top{[<!DOCTYPE| x [ <!ENTITY y \"z\"> |]>],a}"},
-        {"<r><!-- x", 7, "<empty>"},
-        {"<a><PRE>x</pre></a>", 7, "<empty>"},
+        {"<a>x<![CDATA[c]]>y</a>", XmlNoError, "a{\"x\",[<![CDATA[|c|]]>],\"y\"}"},
+        {"<a><PRE><b>x</b></PRE></a>", XmlNoError, "a{[<PRE>|<b>x</b>|</PRE>]}"},
+        {"<!DOCTYPE x [ <!ENTITY y \"z\"> ]><a/>", XmlNoError, "#top{[<!DOCTYPE| x [ <!ENTITY y \"z\"> |]>],a}"},
+        {"<r><!-- x", XmlUnterminatedClear, "<empty>"},
+        {"<a><PRE>x</pre></a>", XmlUnterminatedClear, "<empty>"},
         // End tags and the codes of a document without elements.
-        {"<a></A>", 0, "a"},
-        {"<a><b></a>", 1, "a{b}"},
-        {"<a></b>", 6, "<empty>"},
+        {"<a></A>", XmlNoError, "a"},
+        {"<a><b></a>", XmlMissingEndTag, "a{b}"},
+        {"<a></b>", XmlUnmatchedEndTag, "<empty>"},
         // The name written again, but ending at "/>" rather than '>'.
-        {"<a/ ></a/>", 5, "<empty>"},
+        {"<a/ ></a/>", XmlMissingEndTagName, "<empty>"},
         // The top node reads a stray end tag as a mismatch and stops there.
-        {"<x/></a><y/>", 1, "x"},
-        // A later error replaces code 1.
-        {"<a><b></a><c d=/>", 8, "<empty>"},
-        {"<r><>", 4, "<empty>"},
-        {"<r></>", 5, "<empty>"},
-        {"", 2, "#top"},
-        // Before any element the parser's own code gives way to code 2.
-        {"<>", 2, "#top"},
-        {"<!-- x -->", 2, "#top{[<!--| x |-->]}"},
+        {"<x/></a><y/>", XmlMissingEndTag, "x"},
+        // A later error replaces XmlMissingEndTag.
+        {"<a><b></a><c d=/>", XmlUnexpectedToken, "<empty>"},
+        {"<r><>", XmlMissingTagName, "<empty>"},
+        {"<r></>", XmlMissingEndTagName, "<empty>"},
+        {"", XmlNoTagFound, "#top"},
+        // Before any element the parser's own code gives way to XmlNoTagFound.
+        {"<>", XmlNoTagFound, "#top"},
+        {"<!-- x -->", XmlNoTagFound, "#top{[<!--| x |-->]}"},
         // At the top level "?>" leaves the declaration open around the rest.
-        {"<?xml version=\"1.0\"?><a/>", 0, "?xml(version=1.0){a}"},
-        {"<?xml?><a/>", 0, "?xml?{a}"},
+        {"<?xml version=\"1.0\"?><a/>", XmlNoError, "?xml(version=1.0){a}"},
+        {"<?xml?><a/>", XmlNoError, "?xml?{a}"},
         // Deeper down a declaration closes itself...
-        {"<a><?pi x=\"1\"?><b/></a>", 0, "a{?pi(x=1),b}"},
+        {"<a><?pi x=\"1\"?><b/></a>", XmlNoError, "a{?pi(x=1),b}"},
         // ...but only when "?" stands alone before '>'.
-        {"<a><?pi x=1?></a>", 1, "a{?pi(x=1)}"},
-        {"<?xml?><zem><bean>", 1, "?xml?{zem{bean}}"},
+        {"<a><?pi x=1?></a>", XmlMissingEndTag, "a{?pi(x=1)}"},
+        {"<?xml?><zem><bean>", XmlMissingEndTag, "?xml?{zem{bean}}"},
         // Multi-byte characters.
-        {"<a n=\"\xc3\xa9\">\xc3\xbc\xe2\x82\xac</a>", 0, "a(n=\xc3\xa9){\"\xc3\xbc\xe2\x82\xac\"}"},
-        {"<\xf0\x9d\x84\x9e/>", 0, "\xf0\x9d\x84\x9e"},
+        {"<a n=\"\xc3\xa9\">\xc3\xbc\xe2\x82\xac</a>", XmlNoError, "a(n=\xc3\xa9){\"\xc3\xbc\xe2\x82\xac\"}"},
+        {"<\xf0\x9d\x84\x9e/>", XmlNoError, "\xf0\x9d\x84\x9e"},
         // A lead byte takes the bytes behind it along, delimiters included.
-        {"<a>\xe0<b/></a>", 0, "a{\"\xe0<b/>\"}"},
-        {"<a b=\"\xe0\"/>\"/>", 0, "a(b=\xe0\"/>)"},
+        {"<a>\xe0<b/></a>", XmlNoError, "a{\"\xe0<b/>\"}"},
+        {"<a b=\"\xe0\"/>\"/>", XmlNoError, "a(b=\xe0\"/>)"},
         // A character cut short by the end of the text stops at the zero.
-        {"<a>\xf0", 1, "a{\"\xf0\"}"},
-        {"<a>\xe0\x80", 1, "a{\"\xe0\x80\"}"},
+        {"<a>\xf0", XmlMissingEndTag, "a{\"\xf0\"}"},
+        {"<a>\xe0\x80", XmlMissingEndTag, "a{\"\xe0\x80\"}"},
     }) {
         SCOPED_TRACE(c.input);
         ZEM::SXmlParseResult result;
@@ -112,7 +116,7 @@ std::string Nested(int depth) {
 TEST(XmlParser, DepthLimit) {
     ZEM::SXmlParseResult result;
     ZEM::XMLNode root = ParseExact(Nested(ZEM::kXmlMaxDepth), nullptr, &result);
-    EXPECT_EQ(result.error, 0u);
+    EXPECT_EQ(result.error, ZEM::XmlNoError);
     int depth = 0;
     for (ZEM::XMLNode node = root; !node.IsEmpty(); node = node.NextChild("e")) ++depth;
     EXPECT_EQ(depth, ZEM::kXmlMaxDepth);

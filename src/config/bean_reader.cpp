@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "config/argument_reader.h"
+#include "config/bean_attributes.h"
 #include "foundation/string_convert.h"
 #include "library/library.h"
 #include "library/policy.h"
@@ -38,16 +39,6 @@ bool IsAscii(const char* text, std::size_t length) {
 // The attributes of a bean element that the reader asks for, each as
 // AttributeValue would find it (the first of its name, ignoring case; null if
 // absent or written without '='), taken in one pass over the element.
-enum EBeanAttribute {
-    AttrClass, AttrName, AttrSingleton, AttrLazy, AttrAutoname, AttrExported,
-    AttrInitMethod, AttrExitMethod, AttrFactoryBean, AttrFactoryMethod, AttrCount
-};
-
-constexpr const char* kBeanAttributeNames[AttrCount] = {
-    "class", "name", "singleton", "lazy", "autoname", "exported",
-    "init-method", "exit-method", "factory-bean", "factory-method",
-};
-
 class CBeanAttributes {
 public:
     explicit CBeanAttributes(const XMLNode& element) {
@@ -66,26 +57,12 @@ public:
 private:
     // The candidates by first letter, then compared whole.
     static int Which(const char* name) {
-        auto candidate = [name](EBeanAttribute which) {
-            return platform::EqualNoCase(name, kBeanAttributeNames[which]) ? static_cast<int>(which) : -1;
-        };
-        switch (static_cast<unsigned char>(name[0]) | 0x20) {
-            case 'c': return candidate(AttrClass);
-            case 'n': return candidate(AttrName);
-            case 's': return candidate(AttrSingleton);
-            case 'l': return candidate(AttrLazy);
-            case 'a': return candidate(AttrAutoname);
-            case 'i': return candidate(AttrInitMethod);
-            case 'e': {
-                const int exported = candidate(AttrExported);
-                return exported >= 0 ? exported : candidate(AttrExitMethod);
-            }
-            case 'f': {
-                const int bean = candidate(AttrFactoryBean);
-                return bean >= 0 ? bean : candidate(AttrFactoryMethod);
-            }
-            default: return -1;
+        const auto first = static_cast<unsigned char>(static_cast<unsigned char>(name[0]) | 0x20);
+        for (int which = 0; which < AttrCount; ++which) {
+            const char* known = kBeanAttributeNames[which];
+            if (static_cast<unsigned char>(known[0]) == first && platform::EqualNoCase(name, known)) return which;
         }
+        return -1;
     }
 
     const char* values_[AttrCount] = {};

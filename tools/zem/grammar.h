@@ -1,10 +1,14 @@
 // The configuration format as the readers read it: for each place where an
 // element can stand, the attributes read on it and the children read inside
-// it, and the value types. `zem lint` checks documents against this table,
-// and a test holds the XML Schema in docs/zem.xsd to the same names.
+// it, and the value types; a bean's attributes are the readers' own list.
+// `zem lint` checks documents against this table, and a test holds the XML
+// Schema in docs/zem.xsd to the same names.
 #pragma once
 
+#include <iterator>
 #include <vector>
+
+#include "config/bean_attributes.h"
 
 namespace zemcli {
 
@@ -28,7 +32,7 @@ enum class EPlace {
     DependsOn,
     BeanName,
     For,
-    Foreach,
+    Foreach,  // the last place
 };
 
 struct SChildRule {
@@ -43,9 +47,15 @@ struct SPlaceRule {
     bool readsText;
 };
 
-inline const std::vector<const char*> kBeanAttributes{"name",        "class",      "singleton",    "lazy",
-                                                      "exported",    "autoname",   "factory-bean", "factory-method",
-                                                      "init-method", "exit-method"};
+inline const std::vector<const char*> kBeanAttributes{std::begin(ZEM::kBeanAttributeNames),
+                                                      std::end(ZEM::kBeanAttributeNames)};
+inline std::vector<const char*> InnerBeanAttributes() {
+    std::vector<const char*> names;
+    for (int which = 0; which < ZEM::AttrCount; ++which)
+        if (ZEM::ReadOnInnerBean(static_cast<ZEM::EBeanAttribute>(which)))
+            names.push_back(ZEM::kBeanAttributeNames[which]);
+    return names;
+}
 inline const std::vector<SChildRule> kBeanChildren{{"constructor-arg", EPlace::ConstructorArg, true},
                                                    {"properties", EPlace::Properties, true},
                                                    {"provides", EPlace::Provides, true},
@@ -80,8 +90,7 @@ inline const SPlaceRule& Rule(EPlace place) {
                                     {"foreach", EPlace::Foreach, false}},
                                    false};
     static const SPlaceRule kBean{kBeanAttributes, kBeanChildren, false};
-    static const SPlaceRule kInnerBean{
-        {"class", "autoname", "factory-bean", "factory-method", "init-method", "exit-method"}, kBeanChildren, false};
+    static const SPlaceRule kInnerBean{InnerBeanAttributes(), kBeanChildren, false};
     static const SPlaceRule kConstructorArg{{}, {{"argument", EPlace::Argument, false}}, false};
     static const SPlaceRule kProperties{
         {},

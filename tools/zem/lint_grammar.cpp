@@ -52,13 +52,14 @@ const char* HomeOf(const std::string& name) {
     return nullptr;
 }
 
+bool IsWordOf(const std::vector<const char*>& words, const std::string& name) {
+    return std::find_if(words.begin(), words.end(), [&](const char* word) { return name == word; }) != words.end();
+}
+
+// A word that some place of the format reads as an attribute.
 bool IsAttributeWord(const std::string& name) {
-    static const char* const kWords[] = {
-        "path",         "name",           "class",       "singleton",   "lazy", "exported", "autoname",
-        "factory-bean", "factory-method", "init-method", "exit-method", "type", "bean",     "service",
-        "first",        "last",           "inc",         "substitute",  "set"};
-    for (const char* word : kWords)
-        if (name == word) return true;
+    for (int place = 0; place <= static_cast<int>(EPlace::Foreach); ++place)
+        if (IsWordOf(Rule(static_cast<EPlace>(place)).attributes, name)) return true;
     return false;
 }
 
@@ -141,11 +142,8 @@ private:
             // Namespace declarations and the schema-instance attributes that
             // point an editor at the schema are for other tools.
             if (name == "xmlns" || name.rfind("xmlns:", 0) == 0 || name.rfind("xsi:", 0) == 0) continue;
-            const bool read =
-                std::find_if(known.begin(), known.end(), [&](const char* word) { return name == word; }) != known.end();
-            if (!read) {
-                if (place == EPlace::InnerBean &&
-                    (name == "name" || name == "singleton" || name == "lazy" || name == "exported")) {
+            if (!IsWordOf(known, name)) {
+                if (place == EPlace::InnerBean && IsWordOf(Rule(EPlace::Bean).attributes, name)) {
                     WarnAttribute(node, i, "attribute " + Quote(written) + " is not read on an inner bean");
                 } else if (IsAttributeWord(name)) {
                     WarnAttribute(node, i,

@@ -6,6 +6,8 @@
 
 #include "foundation/string_convert.h"
 #include "library/policy.h"
+#include "platform/file.h"
+#include "platform/files.h"
 #include "platform/module.h"
 #include "types/bean_type.h"
 #include "zem/kit/symbol.h"
@@ -22,7 +24,11 @@ CDynamicLibrary::CDynamicLibrary(const char* path) : module_(nullptr), path_(pat
     // The running program is there already; anything else is checked before
     // the loader opens it, since loading runs the library's initialisers.
     if (!path_.empty() && !platform::IsRunningProgram(path_.c_str())) {
-        if (platform::NamesNonRegularFile(path_.c_str())) throw CLoadFailure(path_, "not a regular file");
+        // A bare name is the loader's to search. The loader would block on
+        // some of what is no regular file, a FIFO for one.
+        if (platform::HasFolderPart(path_.c_str()) &&
+            platform::CheckRegularFile(path_.c_str()) == platform::CInputFile::NotRegular)
+            throw CLoadFailure(path_, "not a regular file");
         CheckLibraryPolicy(path_);
     }
     std::string reason;

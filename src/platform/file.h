@@ -1,7 +1,7 @@
 // Opening a file for reading so that the opening itself can't block: a FIFO
 // nobody writes to, a device or a directory is told apart from a regular
 // file before anything is read. Used by the document reader for every
-// document and include, and by whatever else must read only regular files.
+// document and include, and by the library loader before it loads a file.
 #pragma once
 
 #include <cstddef>
@@ -37,5 +37,13 @@ private:
     int descriptor_ = -1;
     std::uint64_t size_ = 0;
 };
+
+// What `path` names, by the same rule: Opened for a regular file that can be
+// read, NotRegular for a FIFO, a device, a socket or a directory, NotFound
+// otherwise. The file is opened as Open does and closed again.
+inline CInputFile::EOpen CheckRegularFile(const char* path) {
+    CInputFile file;
+    return file.Open(path);
+}
 
 }  // namespace ZEM::platform

@@ -13,11 +13,6 @@ std::string ExecutablePath();
 // or a link: loading it loads nothing new.
 bool IsRunningProgram(const char* path);
 
-// True if `path` is a path (it has a '/', or on Windows a '\\') to something that exists and is no
-// regular file: a directory, a FIFO, a device. The loader would block on
-// some of these. A bare name is the loader's to search, and isn't looked at.
-bool NamesNonRegularFile(const char* path);
-
 // Loads a module by path; the executable's own path gives the running program.
 // Null on failure, with the loader's reason in `reason` if given.
 void* LoadModule(const char* path, std::string* reason = nullptr);

@@ -4,11 +4,9 @@
 
 #include <dlfcn.h>
 #include <limits.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 
 namespace ZEM::platform {
 
@@ -26,12 +24,6 @@ bool IsRunningProgram(const char* path) {
     if (self == path) return true;
     char resolved[PATH_MAX];
     return ::realpath(path, resolved) != nullptr && self == resolved;
-}
-
-bool NamesNonRegularFile(const char* path) {
-    if (path == nullptr || std::strchr(path, '/') == nullptr) return false;
-    struct stat status;
-    return ::stat(path, &status) == 0 && !S_ISREG(status.st_mode);
 }
 
 void* LoadModule(const char* path, std::string* reason) {

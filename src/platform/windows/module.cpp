@@ -5,7 +5,6 @@
 
 #include <windows.h>
 
-#include <cstring>
 #include <string>
 
 #include "platform/utf8.h"
@@ -79,13 +78,6 @@ bool IsRunningProgram(const char* path) {
     const std::wstring full = FullPath(WidePath(path));
     return !self.empty() && ::CompareStringOrdinal(self.c_str(), static_cast<int>(self.size()), full.c_str(),
                                                    static_cast<int>(full.size()), TRUE) == CSTR_EQUAL;
-}
-
-bool NamesNonRegularFile(const char* path) {
-    if (path == nullptr || std::strpbrk(path, "/\\") == nullptr) return false;
-    const DWORD attributes = ::GetFileAttributesW(WidePath(path).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES &&
-           (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE)) != 0;
 }
 
 void* LoadModule(const char* path, std::string* reason) {

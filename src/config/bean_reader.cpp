@@ -4,6 +4,8 @@
 #include "config/bean_reader.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -36,6 +38,22 @@ bool IsAscii(const char* text, std::size_t length) {
     return (any & 0x8080808080808080u) == 0;
 }
 
+static_assert(AttrCount <= 16, "an attribute is one bit of 16");
+
+// For each byte, the attributes whose name begins with it in either case,
+// one bit each.
+constexpr std::array<std::uint16_t, 256> MakeByFirstLetter() {
+    std::array<std::uint16_t, 256> candidates{};
+    for (int which = 0; which < AttrCount; ++which) {
+        const auto first = static_cast<unsigned char>(kBeanAttributeNames[which][0]);
+        const auto bit = static_cast<std::uint16_t>(1u << which);
+        candidates[first] |= bit;
+        if (first >= 'a' && first <= 'z') candidates[first - ('a' - 'A')] |= bit;
+    }
+    return candidates;
+}
+constexpr std::array<std::uint16_t, 256> kByFirstLetter = MakeByFirstLetter();
+
 // The attributes of a bean element that the reader asks for, each as
 // AttributeValue would find it (the first of its name, ignoring case; null if
 // absent or written without '='), taken in one pass over the element.
@@ -57,10 +75,10 @@ public:
 private:
     // The candidates by first letter, then compared whole.
     static int Which(const char* name) {
-        const auto first = static_cast<unsigned char>(static_cast<unsigned char>(name[0]) | 0x20);
-        for (int which = 0; which < AttrCount; ++which) {
-            const char* known = kBeanAttributeNames[which];
-            if (static_cast<unsigned char>(known[0]) == first && platform::EqualNoCase(name, known)) return which;
+        for (unsigned candidates = kByFirstLetter[static_cast<unsigned char>(name[0])]; candidates != 0;
+             candidates &= candidates - 1) {
+            const int which = std::countr_zero(candidates);
+            if (platform::EqualNoCase(name, kBeanAttributeNames[which])) return which;
         }
         return -1;
     }

@@ -15,8 +15,9 @@ inline constexpr const char* kBeanAttributeNames[AttrCount] = {
     "autoname", "factory-bean", "factory-method", "init-method", "exit-method",
 };
 
-// An inner bean takes its name from its holder, and is never a singleton,
-// lazy or exported: those attributes are not read on it.
+// An inner bean takes its name from its holder, and is a lazy, exported
+// bean that is no singleton, as the defaults have it: those attributes are
+// not read on it.
 constexpr bool ReadOnInnerBean(EBeanAttribute attribute) {
     return attribute != AttrName && attribute != AttrSingleton && attribute != AttrLazy && attribute != AttrExported;
 }

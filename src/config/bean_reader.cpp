@@ -56,15 +56,16 @@ constexpr std::array<std::uint16_t, 256> kByFirstLetter = MakeByFirstLetter();
 
 // The attributes of a bean element that the reader asks for, each as
 // AttributeValue would find it (the first of its name, ignoring case; null if
-// absent or written without '='), taken in one pass over the element.
+// absent or written without '='), taken in one pass over the element. On an
+// inner bean those that it doesn't read count as absent.
 class CBeanAttributes {
 public:
-    explicit CBeanAttributes(const XMLNode& element) {
+    CBeanAttributes(const XMLNode& element, bool inner) {
         const int count = element.AttributeCount();
         for (int i = 0; i < count; ++i) {
             const char* name = element.AttributeNameAt(i);
             const int known = Which(name);
-            if (known >= 0 && !found_[known]) {
+            if (known >= 0 && !found_[known] && (!inner || ReadOnInnerBean(static_cast<EBeanAttribute>(known)))) {
                 found_[known] = true;
                 values_[known] = element.AttributeValueAt(i);
             }
@@ -176,7 +177,7 @@ void ReadBeans(CConfiguration& configuration, CReading& reading, const XMLNode& 
 SLibrary* ReadBean(CConfiguration& configuration, CReading& reading, const XMLNode& element, SBean& bean,
                    const ParameterMap& parameters, SLibrary* library, const char* innerName) {
     const bool inner = innerName != nullptr && *innerName != '\0';
-    const CBeanAttributes attributes(element);
+    const CBeanAttributes attributes(element, inner);
 
     std::string className = ReadAttribute(attributes[AttrClass], parameters, reading);
     if (className.empty())
@@ -196,10 +197,10 @@ SLibrary* ReadBean(CConfiguration& configuration, CReading& reading, const XMLNo
 
     bean.name = ReadName(attributes, parameters, reading, innerName);
 
-    bean.singleton = inner ? false : ReadFlag(attributes[AttrSingleton], parameters, reading, false);
-    bean.lazy = inner ? true : ReadFlag(attributes[AttrLazy], parameters, reading, true);
+    bean.singleton = ReadFlag(attributes[AttrSingleton], parameters, reading, false);
+    bean.lazy = ReadFlag(attributes[AttrLazy], parameters, reading, true);
     bean.autoname = ReadFlag(attributes[AttrAutoname], parameters, reading, false);
-    bean.exported = inner ? true : ReadFlag(attributes[AttrExported], parameters, reading, true);
+    bean.exported = ReadFlag(attributes[AttrExported], parameters, reading, true);
 
     bean.initMethod = ReadAttribute(attributes[AttrInitMethod], parameters, reading);
     bean.exitMethod = ReadAttribute(attributes[AttrExitMethod], parameters, reading);

@@ -74,7 +74,8 @@ std::vector<SDiagnostic> VerifyBeans(CSession& session, const std::vector<SDropp
                 problem = error.what();
             }
             if (!problem.empty())
-                problems.push_back({BeanPlace(bean, map, file), ESeverity::kError, "bean '" + bean.name + "': " + problem});
+                problems.push_back(
+                    {BeanPlace(bean, map, file), ESeverity::kError, "bean '" + bean.name + "': " + problem});
         }
     }
     return problems;

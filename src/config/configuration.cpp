@@ -79,6 +79,7 @@ void CConfiguration::MergeConfiguration(CConfiguration& source) {
         } else {
             auto moved = std::make_unique<SLibrary>();
             moved->path = std::move(library->path);
+            moved->written = std::move(library->written);
             moved->beans = std::move(library->beans);
             for (const SBean& bean : moved->beans)
                 if (!bean.lazy) target.beanLibraries[bean.name] = moved.get();
@@ -87,11 +88,12 @@ void CConfiguration::MergeConfiguration(CConfiguration& source) {
     }
 }
 
-SLibrary* CConfiguration::FindOrAddLibrary(const std::string& path) {
+SLibrary* CConfiguration::FindOrAddLibrary(const std::string& path, const char* written) {
     for (const auto& library : store_->libraries)
         if (library->path == path) return library.get();
     store_->libraries.push_back(std::make_unique<SLibrary>());
     store_->libraries.back()->path = path;
+    store_->libraries.back()->written = written != nullptr ? written : path;
     return store_->libraries.back().get();
 }
 

@@ -81,8 +81,9 @@ public:
     // changes. `source` is left with emptied records.
     void MergeConfiguration(CConfiguration& source);
 
-    // The record for `path`, appended if new; never null.
-    SLibrary* FindOrAddLibrary(const std::string& path);
+    // The record for `path`, appended if new with `written` (by default the
+    // path itself) as the form its document wrote; never null.
+    SLibrary* FindOrAddLibrary(const std::string& path, const char* written = nullptr);
 
     // Every eager bean name with its library, in reading order.
     std::vector<std::pair<std::string, const SLibrary*>> GetEagerBeans() const;

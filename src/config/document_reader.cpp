@@ -258,7 +258,7 @@ void ReadLibraries(CConfiguration& configuration, CReading& reading, const XMLNo
                                  configuration.Store().path + L"'");
         }
 
-        SLibrary* library = configuration.FindOrAddLibrary(path);
+        SLibrary* library = configuration.FindOrAddLibrary(path, written != nullptr ? written : "");
 
         XMLNode beans = element.NextChild("beans");
         if (!beans.IsEmpty()) {

@@ -55,7 +55,8 @@ struct SBean {
 // One class library as a configuration names it. Beans live by value: no one
 // may keep the address of one across an addition to the library.
 struct SLibrary {
-    std::string path;  // the identity of the library, compared byte for byte
+    std::string path;     // the identity of the library, compared byte for byte
+    std::string written;  // the path as the document wrote it, before %zem:dir% is replaced
     std::vector<SBean> beans;
     // The beans before this position are bound in the store that holds the
     // record, so that binding goes on behind them without a look at each.

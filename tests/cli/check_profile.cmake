@@ -55,8 +55,9 @@ if(NOT children EQUAL expected)
 endif()
 string(JSON reason GET "${row_device}" reason)
 string(JSON failed GET "${row_device}" failed)
-if(NOT failed EQUAL 1 OR NOT reason STREQUAL "Failing: the device is not there")
-  fail("the failing bean lacks its reason")
+string(JSON line GET "${json}" loads 0 diagnostics 0 line)
+if(NOT failed EQUAL 1 OR NOT reason STREQUAL "Failing: the device is not there" OR NOT line EQUAL 14)
+  fail("the failing bean lacks its reason or the place of its element")
 endif()
 
 # The trace: complete events with the required fields, children inside parents.

@@ -157,7 +157,9 @@ TEST_F(ReadingLimits, ALibraryPathMayNameTheFolderOfItsDocument) {
     folder_.Write("conf/main.xml", "<zem><library path='%zem:dir%/lib.so'/><library path='%zem:dir%'/></zem>");
     const CConfiguration read = ReadFile(Path("conf/main.xml"));
     const std::string folder = std::filesystem::path(folder_.Path("conf")).lexically_normal().string();
-    EXPECT_NE(FindLibrary(read, folder + "/lib.so"), nullptr);
+    const ZEM::SLibrary* beside = FindLibrary(read, folder + "/lib.so");
+    ASSERT_NE(beside, nullptr);
+    EXPECT_EQ(beside->written, "%zem:dir%/lib.so");  // what tools show
     EXPECT_NE(FindLibrary(read, folder), nullptr);
     // A text stands in the current directory.
     const CConfiguration text = ReadText("<zem><library path='%zem:dir%/lib.so'/></zem>");

@@ -12,6 +12,7 @@
 #include "foundation/string_convert.h"
 #include "library_policy.h"
 #include "session.h"
+#include "source_map.h"
 #include "verbs.h"
 #include "zem/exception.h"
 
@@ -30,13 +31,14 @@ constexpr const char* kHelp =
     "isn't well-formed, at FILE:LINE:COLUMN, with a second line\n"
     "FILE:LINE:COLUMN: error: CAUSE that says what the parser found there). A\n"
     "bean request that fails while eager beans are made gives a host no word;\n"
-    "check prints each such failure on a line of its own and counts it as an\n"
-    "error. Then it binds every class library that the document names and\n"
+    "check prints each such failure on a line of its own, at the element of the\n"
+    "bean that failed (or of the bean that names a missing one), and counts it\n"
+    "as an error. Then it binds every class library that the document names and\n"
     "checks every bean, lazy ones too, without making it: its class, its maker,\n"
     "its constructor or factory method and properties against what the class\n"
     "declares, and the classes of the beans it refers to. Each bean that can't\n"
-    "be made is told as\n"
-    "  FILE: error: bean 'NAME': MESSAGE\n"
+    "be made is told at its element as\n"
+    "  FILE:LINE:COLUMN: error: bean 'NAME': MESSAGE\n"
     "\n"
     "options:\n"
     "  --no-eager   read and merge only, make no eager beans\n"
@@ -49,13 +51,15 @@ constexpr const char* kHelp =
     "               without it, from wherever the document says\n";
 
 // Every bean checked without being made, in reading order: "bean 'NAME':
-// MESSAGE" for each that can't be. A bean whose eager request failed is told
-// already, and a class library that can't be bound is told once.
-std::vector<std::string> VerifyBeans(CSession& session, const std::vector<SDroppedFailure>& failures) {
+// MESSAGE" at the bean's element for each that can't be. A bean whose eager
+// request failed is told already, and a class library that can't be bound
+// is told once.
+std::vector<SDiagnostic> VerifyBeans(CSession& session, const std::vector<SDroppedFailure>& failures,
+                                     const CSourceMap& map, const std::string& file) {
     std::set<std::string> told;
     for (const SDroppedFailure& failure : failures)
         if (failure.chain.size() == 1) told.insert(failure.bean);
-    std::vector<std::string> problems;
+    std::vector<SDiagnostic> problems;
     std::set<std::string> bindingFailures;
     for (const auto& library : session.Store().libraries) {
         for (const ZEM::SBean& bean : library->beans) {
@@ -69,7 +73,9 @@ std::vector<std::string> VerifyBeans(CSession& session, const std::vector<SDropp
             } catch (const std::exception& error) {
                 problem = error.what();
             }
-            if (!problem.empty()) problems.push_back("bean '" + bean.name + "': " + problem);
+            if (!problem.empty())
+                problems.push_back(
+                    {BeanPlace(bean, map, file), ESeverity::kError, "bean '" + bean.name + "': " + problem});
         }
     }
     return problems;
@@ -88,22 +94,25 @@ SChecked CheckOne(const std::string& file, bool eager) {
     SChecked checked;
     checked.file = file;
     CSession session;
+    CSourceMap map;
     session.RecordFailures();
     try {
-        session.Load(file, eager);
+        session.Load(file, eager, {}, &map);
     } catch (const ZEM::CException& error) {
         checked.diagnostics = FailureDiagnostics(error, file);
         return checked;
     }
     checked.loaded = true;
     checked.counts = CountStore(session.Store());
+    map.Attach(session.Store());
     const CBeanIndex index(session.Store());
     const std::vector<SDroppedFailure> failures = session.TakeFailures();
     for (const SDroppedFailure& failure : failures)
-        checked.diagnostics.push_back({{file}, ESeverity::kError, "eager beans: " + DescribeFailure(failure, index)});
+        checked.diagnostics.push_back({FailurePlace(failure, index, map, file), ESeverity::kError,
+                                       "eager beans: " + DescribeFailure(failure, index)});
     checked.eagerFailures = checked.diagnostics.size();
-    for (const std::string& problem : VerifyBeans(session, failures))
-        checked.diagnostics.push_back({{file}, ESeverity::kError, problem});
+    for (SDiagnostic& problem : VerifyBeans(session, failures, map, file))
+        checked.diagnostics.push_back(std::move(problem));
     return checked;
 }
 

@@ -12,6 +12,7 @@
 #include "library_policy.h"
 #include "output.h"
 #include "session.h"
+#include "source_map.h"
 #include "verbs.h"
 
 namespace zemcli {
@@ -35,6 +36,8 @@ constexpr const char* kHelp =
     "Other failures dropped during the request follow, each on a line \"also:\".\n"
     "A class library that could not be loaded is told with the loader's reason;\n"
     "for a path without a '/', a line \"hint:\" says where the loader looks.\n"
+    "A failure of an eager bean while FILE loads is told on standard error as\n"
+    "  FILE:LINE:COLUMN: error: eager beans: 'NAME' failed: MESSAGE\n"
     "\n"
     "options:\n"
     "  --no-eager   make no eager beans before the request\n"
@@ -42,9 +45,12 @@ constexpr const char* kHelp =
     "               definition\", \"not visible\", \"failed\" or \"gave nothing\"),\n"
     "               \"summary\" (the first line's text), \"class\", \"failures\":\n"
     "               [{\"bean\", \"reason\", \"chain\"}] (every failure dropped, in\n"
-    "               order), \"hint\", \"cycle\"}; null where there is none. For a\n"
-    "               FILE that doesn't load, \"outcome\" is \"not loaded\" and\n"
-    "               \"summary\" the library's message\n"
+    "               order), \"hint\", \"cycle\", \"diagnostics\": [{\"file\",\n"
+    "               \"line\", \"column\" (0 when not known), \"severity\",\n"
+    "               \"message\"}] (the failures of the eager beans)}; null where\n"
+    "               there is none. For a FILE that doesn't load, \"outcome\" is\n"
+    "               \"not loaded\", \"summary\" the library's message and\n"
+    "               \"diagnostics\" where it stopped\n"
     "  --allow DIR  load class libraries only from under DIR (repeatable);\n"
     "               without it, from wherever the document says\n";
 
@@ -167,7 +173,7 @@ void PrintText(const std::string& name, const SExplanation& explanation) {
 }
 
 void PrintJson(const std::string& file, const std::string& name, const SExplanation& explanation,
-               const std::vector<SDroppedFailure>& failures) {
+               const std::vector<SDroppedFailure>& failures, const std::vector<SDiagnostic>& diagnostics) {
     auto optional = [](const std::string& text) { return text.empty() ? std::string("null") : JsonString(text); };
     std::cout << "{\"file\": " << JsonString(file) << ", \"bean\": " << JsonString(name)
               << ", \"outcome\": " << JsonString(explanation.outcome) << ", \"summary\": " << JsonString(explanation.line)
@@ -180,7 +186,10 @@ void PrintJson(const std::string& file, const std::string& name, const SExplanat
         std::cout << "]}";
     }
     std::cout << "], \"hint\": " << optional(explanation.hint) << ", \"cycle\": " << optional(explanation.cycle)
-              << "}\n";
+              << ", \"diagnostics\": [";
+    for (std::size_t i = 0; i < diagnostics.size(); ++i)
+        std::cout << (i != 0 ? ", " : "") << DiagnosticJson(diagnostics[i]);
+    std::cout << "]}\n";
 }
 
 }  // namespace
@@ -195,22 +204,34 @@ int RunExplain(const Args& args) {
     const std::string& name = parsed.operands[1];
 
     CSession session;
-    if (parsed.Has("--json")) {
+    CSourceMap map;
+    const bool json = parsed.Has("--json");
+    session.RecordFailures();
+    if (json) {
         try {
-            session.Load(file, !parsed.Has("--no-eager"));
+            session.Load(file, !parsed.Has("--no-eager"), {}, &map);
         } catch (const ZEM::CException& error) {
             SExplanation explanation;
             explanation.outcome = "not loaded";
             explanation.line = FailureText(error);
-            PrintJson(file, name, explanation, {});
+            PrintJson(file, name, explanation, {}, FailureDiagnostics(error, file));
             return kExitFinding;
         }
-    } else if (!LoadOrTell(session, file, !parsed.Has("--no-eager"))) {
+    } else if (!LoadOrTell(session, file, !parsed.Has("--no-eager"), &map)) {
         return kExitFinding;
     }
+    map.Attach(session.Store());
     const CBeanIndex index(session.Store());
+    // What the eager beans dropped while the document loaded: no part of
+    // the answer, but a host would have lost it without a word.
+    std::vector<SDiagnostic> eager;
+    for (const SDroppedFailure& failure : session.TakeFailures())
+        eager.push_back({FailurePlace(failure, index, map, file), ESeverity::kError,
+                         "eager beans: " + DescribeFailure(failure, index)});
+    if (!json)
+        for (const SDiagnostic& diagnostic : eager)
+            PrintDiagnostic(std::cerr, diagnostic.place, diagnostic.severity, diagnostic.message);
 
-    session.RecordFailures();
     bool made = false;
     {
         // The request, and the end of what it made, run bean code.
@@ -219,8 +240,8 @@ int RunExplain(const Args& args) {
     }
     const std::vector<SDroppedFailure> failures = session.TakeFailures();
     const SExplanation explanation = Explain(name, made, failures, index);
-    if (parsed.Has("--json"))
-        PrintJson(file, name, explanation, failures);
+    if (json)
+        PrintJson(file, name, explanation, failures, eager);
     else
         PrintText(name, explanation);
     return made ? kExitOk : kExitFinding;

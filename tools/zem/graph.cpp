@@ -202,10 +202,12 @@ int RunGraph(const Args& args) {
     const std::string hostProgram = ZEM::platform::ExecutablePath();
     std::size_t entry = 0;
     for (std::size_t l = 0; l < store.libraries.size(); ++l) {
+        // A cluster is titled with the path as its document wrote it, which
+        // says more than the build folder it resolved to.
+        const ZEM::SLibrary& library = *store.libraries[l];
+        const bool host = library.written.empty() || library.path == hostProgram;
         out << "  subgraph \"cluster_" << l << "\" {\n"
-                  << "    label="
-                  << Dot(store.libraries[l]->path == hostProgram ? "(the host program)" : store.libraries[l]->path)
-                  << ";\n";
+            << "    label=" << Dot(host ? "(the host program)" : library.written) << ";\n";
         for (std::size_t b = 0; b < store.libraries[l]->beans.size(); ++b, ++entry) {
             const ZEM::SBean& bean = *entries[entry].bean;
             out << "    " << Dot(ids[entry]) << " [label=" << Dot(entries[entry].display + "\n" + bean.className)

@@ -17,6 +17,7 @@
 #include "profile_trace.h"
 #include "library_policy.h"
 #include "session.h"
+#include "source_map.h"
 #include "verbs.h"
 #include "zem/diagnostics.h"
 #include "zem/exception.h"
@@ -38,10 +39,16 @@ constexpr const char* kHelp =
     "their XML; (read) the elements; (merge) the definitions into the factory;\n"
     "(eager beans) and (load) the time between requests. The self times add up to the\n"
     "load's total. A request that gave nothing is marked with its reason, and\n"
-    "makes the exit status 1, as in check.\n"
+    "makes the exit status 1, as in check; under the table each failure is\n"
+    "told as check tells it, FILE:LINE:COLUMN: error: eager beans: MESSAGE.\n"
     "\n"
     "options:\n"
-    "  --json            the same as JSON, times in nanoseconds\n"
+    "  --json            the same as JSON, times in nanoseconds: {\"loads\":\n"
+    "                    [{\"file\", \"ok\", \"total_ns\", \"rows\": [{\"name\",\n"
+    "                    \"kind\" (\"bean\" or \"step\"), \"self_ns\", \"total_ns\",\n"
+    "                    \"made\", \"requests\", \"failed\", \"reason\"}],\n"
+    "                    \"diagnostics\" (as check's)}]}; for a FILE that doesn't\n"
+    "                    load, \"error\" in place of the times and rows\n"
     "  --trace OUT.json  write the spans in the Chrome trace-event format,\n"
     "                    which Perfetto and chrome://tracing show as a flame chart\n"
     "  --html OUT.html   write a page that draws the trace as nested bars,\n"
@@ -53,6 +60,8 @@ SProfiledLoad ProfileOne(const std::string& file) {
     SProfiledLoad load;
     load.file = file;
     CSession session;
+    CSourceMap map;
+    session.RecordFailures();
     auto recorder = std::make_shared<CProfileRecorder>();
     ZEM::SetBeanRequestObserver(session.Factory(), recorder);
     // The steps of the load, each timed; the parse of each file is a step
@@ -68,7 +77,7 @@ SProfiledLoad ProfileOne(const std::string& file) {
         }
     };
     try {
-        session.Load(file, true, watch);
+        session.Load(file, true, watch, &map);
         load.loaded = true;
     } catch (const ZEM::CException& error) {
         load.error = Utf8(error.GetMessageW());
@@ -81,6 +90,12 @@ SProfiledLoad ProfileOne(const std::string& file) {
     const CBeanIndex index(session.Store());
     for (SSpan& span : load.spans)
         if (!span.step) span.name = index.Display(span.name);
+    if (load.loaded) {
+        map.Attach(session.Store());
+        for (const SDroppedFailure& failure : session.TakeFailures())
+            load.dropped.push_back({FailurePlace(failure, index, map, file), ESeverity::kError,
+                                    "eager beans: " + DescribeFailure(failure, index)});
+    }
     load.total = load.spans.front().Duration();
     return load;
 }
@@ -114,6 +129,8 @@ void PrintTable(const SProfiledLoad& load) {
         std::cout << "\n";
     }
     std::cout << Column(Milliseconds(sum), 10) << "                         sum\n";
+    for (const SDiagnostic& diagnostic : load.dropped)
+        PrintDiagnostic(std::cout, diagnostic.place, diagnostic.severity, diagnostic.message);
 }
 
 void WriteFile(const std::string& path, const std::vector<SProfiledLoad>& loads,

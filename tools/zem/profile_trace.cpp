@@ -34,8 +34,14 @@ void WriteProfileJson(std::ostream& out, const std::vector<SProfiledLoad>& loads
         const SProfiledLoad& load = loads[l];
         out << (l != 0 ? "," : "") << "\n  {\"file\": " << JsonString(load.file)
             << ", \"ok\": " << (load.loaded ? "true" : "false");
+        auto diagnostics = [&out](const std::vector<SDiagnostic>& told) {
+            out << ", \"diagnostics\": [";
+            for (std::size_t d = 0; d < told.size(); ++d) out << (d != 0 ? ", " : "") << DiagnosticJson(told[d]);
+            out << "]}";
+        };
         if (!load.loaded) {
-            out << ", \"error\": " << JsonString(load.error) << "}";
+            out << ", \"error\": " << JsonString(load.error);
+            diagnostics(load.failure);
             continue;
         }
         out << ", \"total_ns\": " << load.total << ", \"rows\": [";
@@ -51,7 +57,8 @@ void WriteProfileJson(std::ostream& out, const std::vector<SProfiledLoad>& loads
             }
             out << "}";
         }
-        out << "]}";
+        out << "]";
+        diagnostics(load.dropped);
     }
     out << "\n]}\n";
 }

@@ -19,11 +19,14 @@ struct SProfiledLoad {
     bool loaded = false;
     std::string error;  // the library's message when not loaded
     std::vector<SDiagnostic> failure;  // the same, with the parser's place and cause
+    std::vector<SDiagnostic> dropped;  // what the eager beans' requests dropped, at their elements
     std::vector<SSpan> spans;
     std::int64_t total = 0;  // nanoseconds of the whole load
 };
 
-// {"loads":[{"file","ok","total_ns","rows":[...]}]}, rows as Summarize gives them.
+// {"loads":[{"file","ok","total_ns","rows":[...],"diagnostics":[...]}]}, rows
+// as Summarize gives them; a load that failed has "error" in place of the
+// times and rows.
 void WriteProfileJson(std::ostream& out, const std::vector<SProfiledLoad>& loads);
 
 // One complete event ("ph":"X") per span, each load a process of its own.

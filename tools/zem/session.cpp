@@ -125,9 +125,9 @@ std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const 
     return told;
 }
 
-bool LoadOrTell(CSession& session, const std::string& file, bool eager) {
+bool LoadOrTell(CSession& session, const std::string& file, bool eager, CSourceMap* map) {
     try {
-        session.Load(file, eager);
+        session.Load(file, eager, {}, map);
         return true;
     } catch (const ZEM::CException& error) {
         for (const SDiagnostic& diagnostic : FailureDiagnostics(error, file))
@@ -153,6 +153,22 @@ std::string DescribeFailure(const SDroppedFailure& failure, const CBeanIndex& in
         text += ")";
     }
     return text;
+}
+
+SPlace BeanPlace(const ZEM::SBean& bean, const CSourceMap& map, const std::string& file) {
+    const SBeanSpots* spots = map.Find(bean);
+    if (spots == nullptr || spots->at.file == nullptr || spots->at.offset < 0) return SPlace{file};
+    const SLineColumn at = spots->at.file->Locate(spots->at.offset);
+    return SPlace{spots->at.file->path, at.line, at.column};
+}
+
+SPlace FailurePlace(const SDroppedFailure& failure, const CBeanIndex& index, const CSourceMap& map,
+                    const std::string& file) {
+    for (auto name = failure.chain.rbegin(); name != failure.chain.rend(); ++name) {
+        const std::size_t entry = index.Find(*name);
+        if (entry != kNoEntry) return BeanPlace(*index.Entries()[entry].bean, map, file);
+    }
+    return SPlace{file};
 }
 
 }  // namespace zemcli

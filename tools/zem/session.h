@@ -65,9 +65,9 @@ std::string FailureText(const ZEM::CException& error);
 // the parser stopped (in the file that failed, which may be an include).
 std::vector<SDiagnostic> FailureDiagnostics(const ZEM::CException& error, const std::string& file);
 
-// Loads as CSession::Load does; on an error prints "FILE: message" to
-// standard error and returns false.
-bool LoadOrTell(CSession& session, const std::string& file, bool eager);
+// Loads as CSession::Load does, `map` included; on an error prints
+// "FILE: message" to standard error and returns false.
+bool LoadOrTell(CSession& session, const std::string& file, bool eager, CSourceMap* map = nullptr);
 
 // Bean, library and service counts of a loaded store.
 struct SStoreCounts {
@@ -79,5 +79,15 @@ SStoreCounts CountStore(const ZEM::CConfigurationStore& store);
 
 // "'b' failed: REASON (via a -> b)", with inner beans named by their place.
 std::string DescribeFailure(const SDroppedFailure& failure, const CBeanIndex& index);
+
+// Where a bean's element stands, from a map attached to the store that holds
+// it; `file` alone where the map knows no position.
+SPlace BeanPlace(const ZEM::SBean& bean, const CSourceMap& map, const std::string& file);
+
+// Where the definition behind a dropped failure stands: that of the innermost
+// bean on its chain that has one, since a name without a definition is
+// written in the bean that asks for it.
+SPlace FailurePlace(const SDroppedFailure& failure, const CBeanIndex& index, const CSourceMap& map,
+                    const std::string& file);
 
 }  // namespace zemcli

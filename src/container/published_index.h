@@ -45,13 +45,15 @@ public:
     // Returns once every reader counted in before the call has left.
     void Wait() const noexcept;
 
+    static constexpr std::uint32_t kSlots = 16;
+
 private:
     // Readers count themselves in one of these, picked by thread, so that
-    // threads don't share a counter.
-    struct alignas(64) SSlot {
+    // threads don't share a counter; 128 bytes apart, since processors fetch
+    // adjacent 64-byte lines in pairs.
+    struct alignas(128) SSlot {
         std::atomic<std::uint32_t> inside{0};
     };
-    static constexpr std::uint32_t kSlots = 16;
     mutable SSlot slots_[kSlots];
 };
 

@@ -43,7 +43,7 @@ SProperty* CPropertyPool::Take(std::string name, std::vector<SArgument> argument
     if (free_ == nullptr) AllocateBlock();
     auto* slot = static_cast<UPropertySlot*>(free_);
     free_ = slot->next;
-    return new (slot->record) SProperty{std::move(name), std::move(arguments)};
+    return new (slot->record) SProperty{std::move(name), std::move(arguments), {}};
 }
 
 void CPropertyPool::GiveBack(SProperty* record) noexcept {

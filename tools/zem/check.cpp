@@ -10,6 +10,7 @@
 #include "cli.h"
 #include "output.h"
 #include "foundation/string_convert.h"
+#include "library/library.h"
 #include "library_policy.h"
 #include "session.h"
 #include "source_map.h"
@@ -62,11 +63,18 @@ std::vector<SDiagnostic> VerifyBeans(CSession& session, const std::vector<SDropp
     std::vector<SDiagnostic> problems;
     std::set<std::string> bindingFailures;
     for (const auto& library : session.Store().libraries) {
+        // Once the library won't load, each other bean of its own would try
+        // the loader again to the same end.
+        bool unloadable = false;
         for (const ZEM::SBean& bean : library->beans) {
-            if (told.count(bean.name) != 0) continue;
+            if (told.count(bean.name) != 0 || (unloadable && bean.factoryBean.empty())) continue;
             std::string problem;
             try {
                 problem = Utf8(session.Impl().VerifyBean(bean.name.c_str()));
+            } catch (const ZEM::CLoadFailure& error) {
+                unloadable = unloadable || bean.factoryBean.empty();
+                problem = FailureText(error);
+                if (!bindingFailures.insert(problem).second) continue;
             } catch (const ZEM::CException& error) {
                 problem = FailureText(error);
                 if (!bindingFailures.insert(problem).second) continue;

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "xml/xml_arena.h"
 #include "xml/xml_document.h"
@@ -66,17 +67,33 @@ inline bool SameIgnoringCase(const char* text, const char* lower, std::size_t le
     return true;
 }
 
+// Entity `K` written in lower case at `p`, with `left` bytes behind it. The
+// table is a constant, so each compare is a word or two.
+template <std::size_t K>
+inline bool LowerCaseEntityAt(const char* p, std::size_t left) {
+    constexpr SEntity entity = kEntities[K];
+    return left >= entity.length && std::memcmp(p, entity.text, entity.length) == 0;
+}
+
+template <std::size_t... K>
+inline std::size_t LowerCaseEntity(const char* p, std::size_t left, char& byte, std::index_sequence<K...>) {
+    std::size_t length = 0;
+    (void)((LowerCaseEntityAt<K>(p, left) && (byte = kEntities[K].byte, length = kEntities[K].length, true)) || ...);
+    return length;
+}
+
 // A predefined entity at `p` (an '&'), within `end`: its length with its
-// byte, or 0. One written in lower case, as nearly all are, compares in a
-// word or two.
+// byte, or 0. One written in lower case, as nearly all are, is found by the
+// constant compares above; any other case through the candidates.
 inline std::size_t NamedEntity(const char* p, const char* end, char& byte) {
-    const SCandidates candidates = kCandidates[static_cast<unsigned char>(p[1])];
     const auto left = static_cast<std::size_t>(end - p);
+    if (const std::size_t length = LowerCaseEntity(p, left, byte, std::make_index_sequence<kEntityCount>()))
+        return length;
+    const SCandidates candidates = kCandidates[static_cast<unsigned char>(p[1])];
     for (std::size_t k = candidates.first; k < candidates.first + candidates.count; ++k) {
         const SEntity& entity = kEntities[k];
         if (left < entity.length) continue;
-        if (XmlSameBytes(p, entity.text, entity.length) ||
-            SameIgnoringCase(p + 2, entity.text + 2, entity.length - 2)) {
+        if (SameIgnoringCase(p + 2, entity.text + 2, entity.length - 2)) {
             byte = entity.byte;
             return entity.length;
         }

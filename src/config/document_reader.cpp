@@ -129,7 +129,7 @@ XMLNode ParseDocumentFile(const std::wstring& path, const std::string& fileSyste
     if (result.error != XmlNoError)
         throw CParseFailure(L"Error while parsing file '" + path + L"': " + DescribeParseError(result, kRootName), path,
                             std::move(result));
-    if (reading.onDocument) reading.onDocument(number, path, text, root);
+    if (reading.onDocument) reading.onDocument(number, path, std::move(text), root);
     return root;
 }
 

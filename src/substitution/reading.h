@@ -66,8 +66,8 @@ public:
     // Told of each document parsed, for tools that show where records came
     // from: its number and path (empty for a text), the UTF-8 text that the
     // offsets of records refer to, and its root. Empty for none; the text is
-    // copied only for it.
-    std::function<void(std::uint32_t number, const std::wstring& path, const std::string& text, const XMLNode& root)>
+    // copied only for it, and the listener may keep it.
+    std::function<void(std::uint32_t number, const std::wstring& path, std::string&& text, const XMLNode& root)>
         onDocument;
 
 private:

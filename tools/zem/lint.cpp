@@ -171,6 +171,7 @@ int RunLint(const Args& args) {
 
     CFindings findings;
     CSourceMap map;
+    map.KeepTrees();  // the grammar walks the elements
     CSession session;
     bool loaded = true;
     try {

@@ -61,12 +61,11 @@ SLineColumn CLocator::Locate(std::int32_t offset) {
 
 void CSourceMap::Listen(ZEM::CReading& reading, bool fromInput) {
     fromInput_ = fromInput;
-    reading.onDocument = [this](std::uint32_t number, const std::wstring& path, const std::string& text,
-                                const ZEM::XMLNode& root) { Add(number, path, text, root); };
+    reading.onDocument = [this](std::uint32_t number, const std::wstring& path, std::string&& text,
+                                const ZEM::XMLNode& root) { Add(number, path, std::move(text), root); };
 }
 
-void CSourceMap::Add(std::uint32_t number, const std::wstring& path, const std::string& text,
-                     const ZEM::XMLNode& root) {
+void CSourceMap::Add(std::uint32_t number, const std::wstring& path, std::string text, const ZEM::XMLNode& root) {
     const std::string shown = fromInput_ ? std::string("-") : ZEM::Narrow(path);
     if (byNumber_.size() <= number) byNumber_.resize(number + 1, nullptr);
     for (const auto& file : files_) {
@@ -77,8 +76,8 @@ void CSourceMap::Add(std::uint32_t number, const std::wstring& path, const std::
     }
     auto file = std::make_unique<SSourceFile>();
     file->path = shown;
-    file->text = text;
-    file->root = root;
+    file->text = std::move(text);
+    if (keepTrees_) file->root = root;
     file->fromInput = fromInput_;
     byNumber_[number] = file.get();
     files_.push_back(std::move(file));

@@ -27,7 +27,7 @@ struct SLineColumn {
 struct SSourceFile {
     std::string path;            // as shown in output
     std::string text;            // the text as the parser saw it, UTF-8
-    ZEM::XMLNode root;           // the `zem` element
+    ZEM::XMLNode root;           // the `zem` element, if the map keeps trees
     bool fromInput = false;      // a document given as text: includes have no effect
     // Filled by IndexLines, or by the first Locate: most files are never asked.
     mutable std::vector<std::int32_t> lineStarts;
@@ -80,6 +80,9 @@ public:
     // From now on `reading` tells this map of every document it parses; the
     // map must outlive the load. `fromInput`: the load reads standard input.
     void Listen(ZEM::CReading& reading, bool fromInput);
+    // Keeps each document's tree beside its text, for a walk over its
+    // elements after the load; without it the trees end with the load.
+    void KeepTrees() { keepTrees_ = true; }
 
     // Each file once, in the order it was first read.
     const std::vector<std::unique_ptr<SSourceFile>>& Files() const { return files_; }
@@ -91,10 +94,11 @@ public:
     const SBeanSpots* Find(const ZEM::SBean& bean) const;
 
 private:
-    void Add(std::uint32_t number, const std::wstring& path, const std::string& text, const ZEM::XMLNode& root);
+    void Add(std::uint32_t number, const std::wstring& path, std::string text, const ZEM::XMLNode& root);
     SSpot SpotOf(const ZEM::SSourceSpot& spot) const;
 
     bool fromInput_ = false;
+    bool keepTrees_ = false;
     std::vector<std::unique_ptr<SSourceFile>> files_;
     std::vector<const SSourceFile*> byNumber_;  // a file read twice has two numbers
     std::unordered_map<const ZEM::SBean*, SBeanSpots> attached_;

@@ -128,7 +128,8 @@ int main(int argc, char** argv) {
                                                         const std::vector<std::string>&) {
             std::fprintf(stderr, "demo: the bean '%s' was not made: %ls\n", name, reason.c_str());
         });
-        std::printf("  reading %s (it includes shop.xml and pricing.xml)\n", configuration.filename().c_str());
+        const std::string file = configuration.filename().string();
+        std::printf("  reading %s (it includes shop.xml and pricing.xml)\n", file.c_str());
         ZEM::CContainer shop = ZEM::CContainer::FromFile(configuration, true);
         std::printf("  (catalog and the tills are eager; the tills pulled in money-format through\n"
                     "   depends-on, and card, printer and daily-totals through their properties)\n");

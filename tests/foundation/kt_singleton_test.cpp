@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <latch>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
@@ -53,10 +52,16 @@ public:
 }  // namespace
 
 TEST(KtSingleton, RacingThreadsGetOneInstance) {
-    std::latch start(2);
+    // Both threads start asking at once. A spin rather than std::latch, whose
+    // wait MinGW-w64's C++ library now and then never wakes from.
+    std::atomic<int> arrived{0};
+    auto arrive = [&] {
+        arrived.fetch_add(1);
+        while (arrived.load() < 2) std::this_thread::yield();
+    };
     Slow* seen[2] = {};
-    std::thread first([&] { start.arrive_and_wait(); seen[0] = &Slow::Instance(); });
-    std::thread second([&] { start.arrive_and_wait(); seen[1] = &Slow::Instance(); });
+    std::thread first([&] { arrive(); seen[0] = &Slow::Instance(); });
+    std::thread second([&] { arrive(); seen[1] = &Slow::Instance(); });
     first.join();
     second.join();
     EXPECT_EQ(Slow::constructed.load(), 1);

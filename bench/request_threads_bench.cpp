@@ -32,22 +32,17 @@
 #include "types/bean_type.h"
 #include "zem/zem.h"
 
+#include "car_beans.h"
+
 namespace {
 
 using namespace ZEM;
+using namespace bench_beans;
 
 // The beans: singletons "engine" and "engine1" to "engine3" of one small
 // class; "car", a new object at every request with an int, a reference to
 // "engine" and one string property; "slow", a new object whose making takes
 // 50 ms.
-
-class Engine : public IObject {};
-class Car : public IObject {
-public:
-    int wheels = 0;
-    std::shared_ptr<IObject> engine;
-    std::string label;
-};
 
 class EngineWrapper : public IBeanWrapper {
 public:
@@ -61,30 +56,6 @@ public:
     bool Invoke(IObject*, const char*, std::size_t, std::vector<void*>*) const override { return false; }
     bool HasMethod(const char*, std::size_t) const override { return false; }
     void GetArgumentTypes(const char*, std::size_t, std::vector<std::string>&) const override {}
-};
-
-class CarWrapper : public IBeanWrapper {
-public:
-    const char* GetClassName() const override { return "Car"; }
-    std::unique_ptr<IObject> CreateInstance(const char*, std::size_t count, std::vector<void*>* args,
-                                            std::shared_ptr<const IBeanWrapper>, const char*,
-                                            std::vector<std::shared_ptr<IObject>>&) const override {
-        auto car = std::make_unique<Car>();
-        if (count == 2 && args != nullptr) {
-            car->wheels = *static_cast<int*>((*args)[0]);
-            if ((*args)[1] != nullptr) car->engine = *static_cast<std::shared_ptr<IObject>*>((*args)[1]);
-        }
-        return car;
-    }
-    bool Invoke(IObject* object, const char* method, std::size_t count, std::vector<void*>* args) const override {
-        if (std::strcmp(method, "Label") != 0 || count != 1) return false;
-        static_cast<Car*>(object)->label = *static_cast<const char* const*>((*args)[0]);
-        return true;
-    }
-    bool HasMethod(const char*, std::size_t) const override { return true; }
-    void GetArgumentTypes(const char*, std::size_t count, std::vector<std::string>& types) const override {
-        types.assign(count, "const char*");
-    }
 };
 
 IBeanWrapper* MakeEngine() { return new EngineWrapper; }
@@ -116,7 +87,6 @@ std::shared_ptr<CBeanFactoryImpl> MakeFactory() {
     factory->LoadConfiguration(configuration);
     return factory;
 }
-
 
 const char* const kEngines[] = {"engine", "engine1", "engine2", "engine3"};
 
